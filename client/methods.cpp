@@ -1,0 +1,15 @@
+#include "client/methods.h"
+
+#include <stdexcept>
+
+namespace zolt {
+
+int error_code(const Json::Value& error) {
+    if (!error.isObject()) return -1;
+    const Json::Value& code = error["code"];
+    return code.isInt() ? code.asInt() : -1;
+}
+
+void throw_result_not_array() { throw std::runtime_error("Result is not an array"); }
+
+}  // namespace zolt

@@ -1,0 +1,63 @@
+#pragma once
+
+// The rules that every generated enumeration and record codec shares. A generated `serialize`
+// or `parse` is one line per field or one call into these helpers, so the behaviour on bad
+// input lives here once.
+//
+// Enumerations travel as their text, never as a number. Records travel as JSON objects; on
+// reading, every member is mandatory (a missing one reads as null and fails its type test),
+// unknown members are ignored, and fields read before a failure stay written.
+
+#include <json/value.h>
+
+#include <cstddef>
+#include <ctime>
+#include <tuple>
+
+#include "codec/scalar.h"
+#include "codec/value.h"
+
+namespace zolt {
+
+// One value/text pair of an enumeration, in declared order.
+template <class E>
+struct enum_text {
+    E value;
+    const char* text;
+};
+
+[[noreturn]] void throw_out_of_range_enum();
+[[noreturn]] void throw_unexpected_type();
+
+// True when the JSON string equals `text` exactly: same length, same bytes, no folding.
+bool text_equals(const Json::Value& json, const char* text);
+
+template <class E, std::size_t N>
+Json::Value enum_to_json(const enum_text<E> (&table)[N], E value) {
+    for (const enum_text<E>& entry : table) {
+        if (entry.value == value) return Json::Value(entry.text);
+    }
+    throw_out_of_range_enum();
+}
+
+// The first matching text in declared order assigns its value; an unknown text leaves the
+// target unchanged and throws "out-of-range-enum".
+template <class E, std::size_t N>
+void enum_from_json(const enum_text<E> (&table)[N], const Json::Value& json, E& value) {
+    if (!json.isString()) throw_unexpected_type();
+    for (const enum_text<E>& entry : table) {
+        if (text_equals(json, entry.text)) {
+            value = entry.value;
+            return;
+        }
+    }
+    throw_out_of_range_enum();
+}
+
+// A record's members are looked up on a const value, which is fine for an object and for null
+// (every member then reads as null), but an array, number, string or boolean in a record's place
+// is a logic error of the caller's data. JsonCpp's own exception for this neither derives from
+// std::logic_error nor names the lookup the way callers match on, so it is raised here instead.
+void require_record(const Json::Value& json);
+
+}  // namespace zolt

@@ -1,0 +1,819 @@
+#!/usr/bin/env python3
+"""zoltgen: turns the wire schema into C++.
+
+Input:  every `<schema-dir>/<subsystem>/<family>.schema` file (the language is described in
+        schema/README.md). All files are read together, so a family may use another family's
+        enumerations and records (`use <family>`).
+
+Output, below `--out DIR` (only files whose text changed are rewritten, so a schema edit
+recompiles only what it touches):
+  schema/<subsystem>/<family>.h    the family's enumerations and records, the declarations of their
+                                   `serialize`/`parse`/`operator<`, and its typed functions
+  schema/<subsystem>/<family>.cpp  the definitions; every typed function is one call of a
+                                   call-shape template of client/methods.h
+  schema/families.h                includes every family header (the chief header includes it)
+  schema/manifest.tsv              one line per typed function: family, exported name, method
+                                   string, call shape, C++ parameter list
+  sim/methods.cpp                  the simulator's method table (sim/sim_schema.h): per method
+                                   string its shape, state table, key and value codecs and a
+                                   default value
+
+`--check` parses and validates only. Every error names the file and line and stops the run with
+exit status 1; nothing is guessed and nothing has a silent default.
+"""
+
+import argparse
+import json
+import os
+import re
+import sys
+from dataclasses import dataclass, field
+from typing import Dict, List, Optional, Tuple
+
+
+class SchemaError(Exception):
+    pass
+
+
+# ----------------------------------------------------------------------------------------------
+# Types
+
+@dataclass(frozen=True)
+class Type:
+    kind: str          # scalar, timestamp, enum, record, vector, map, tuple
+    cpp: str           # C++ spelling
+    args: Tuple["Type", ...] = ()
+    name: str = ""     # schema spelling of a scalar, or the enum/record name
+
+    def __str__(self):
+        return self.cpp
+
+
+def scalar(name, cpp):
+    return Type("scalar", cpp, name=name)
+
+
+BOOL = scalar("bool", "bool")
+U8 = scalar("u8", "unsigned char")
+U16 = scalar("u16", "unsigned short")
+U32 = scalar("u32", "unsigned int")
+U64 = scalar("u64", "unsigned long long")
+I16 = scalar("i16", "short")
+I32 = scalar("i32", "int")
+I64 = scalar("i64", "long long")
+STRING = scalar("string", "std::string")
+MAC = Type("record", "zolt_mac_t", name="zolt_mac_t")
+BYTES = Type("vector", "std::vector<unsigned char>", (U8,))
+STRINGS = Type("vector", "std::vector<std::string>", (STRING,))
+U16S = Type("vector", "std::vector<unsigned short>", (U16,))
+U32S = Type("vector", "std::vector<unsigned int>", (U32,))
+TIMESTAMP = Type("timestamp", "time_t", name="timestamp")
+
+# Records that the codec layer declares by hand and every family may use.
+BUILTIN_RECORDS = {
+    "zolt_mac_t": MAC,
+    "zolt_ipv4_uc_t": Type("record", "zolt_ipv4_uc_t", name="zolt_ipv4_uc_t"),
+    "NAS_ifindex_index": Type("record", "NAS_ifindex_index", name="NAS_ifindex_index"),
+}
+
+FIELD_WORDS = {
+    "bool": BOOL, "u8": U8, "u16": U16, "u32": U32, "u64": U64,
+    "i16": I16, "i32": I32, "i64": I64, "string": STRING,
+    "byte list": BYTES, "list of string": STRINGS, "list of u16": U16S, "list of u32": U32S,
+    "timestamp": TIMESTAMP,
+}
+
+# Argument and output words, spelled as C++ does.
+CPP_WORDS = {
+    "bool": BOOL, "int": I32, "unsigned int": U32, "unsigned short": U16,
+    "unsigned char": U8, "string": STRING,
+}
+
+# How an argument is passed follows from its type; unsigned short alone comes both ways.
+BY_VALUE = {I32, U32, U8}
+BY_REFERENCE = {STRING, BOOL}
+
+
+# ----------------------------------------------------------------------------------------------
+# Schema model
+
+@dataclass
+class Enum:
+    name: str
+    values: List[Tuple[int, str]]
+    family: "Family"
+    line: int
+    lines: List[int] = field(default_factory=list)   # the line of each value
+
+
+@dataclass
+class Field:
+    key: str
+    type: Type
+    line: int
+
+
+@dataclass
+class Record:
+    name: str
+    fields: List[Field]
+    family: "Family"
+    line: int
+
+
+@dataclass
+class Arg:
+    type: Type
+    by_ref: bool
+
+
+@dataclass
+class Method:
+    rpc: str
+    args: List[Arg]
+    out: Optional[Type]
+    line: int
+    shape: str = ""
+    key_count: int = 0     # how many leading arguments (or members of a map key) form the key
+
+    @property
+    def exported(self):
+        return "zolt_" + self.rpc.replace(".", "_").replace("-", "_")
+
+    @property
+    def table(self):
+        """The state a method works on: its string without the last word (the verb)."""
+        return self.rpc.rsplit(".", 1)[0] if "." in self.rpc else self.rpc
+
+
+@dataclass
+class Family:
+    name: str
+    path: str          # schema file, relative to the schema directory
+    subsystem: str
+    uses: List[str] = field(default_factory=list)
+    enums: List[Enum] = field(default_factory=list)
+    records: List[Record] = field(default_factory=list)
+    methods: List[Method] = field(default_factory=list)
+    raw_fields: list = field(default_factory=list)    # (record, key, type text, line)
+    raw_methods: list = field(default_factory=list)   # (rpc, args text, out text, line)
+
+    @property
+    def stem(self):
+        return os.path.splitext(os.path.basename(self.path))[0]
+
+    @property
+    def header(self):
+        return f"schema/{self.subsystem}/{self.stem}.h"
+
+    @property
+    def guard(self):
+        return "ZOLT_SCHEMA_" + re.sub(r"[^A-Za-z0-9]", "_", f"{self.subsystem}_{self.stem}").upper() + "_H"
+
+
+IDENT = re.compile(r"[A-Za-z_][A-Za-z0-9_]*$")
+QUOTED = re.compile(r'"((?:[^"\\]|\\.)*)"')
+
+
+def strip_comment(line):
+    out, quoted = [], False
+    for ch in line:
+        if ch == '"':
+            quoted = not quoted
+        if ch == "#" and not quoted:
+            break
+        out.append(ch)
+    return "".join(out).rstrip()
+
+
+class Loader:
+    def __init__(self, schema_dir):
+        self.schema_dir = schema_dir
+        self.families: List[Family] = []
+        self.types: Dict[str, Tuple[Type, Family]] = {}
+        self.enums: Dict[str, Enum] = {}
+        self.records: Dict[str, Record] = {}
+
+    def fail(self, family_or_path, line, message):
+        path = family_or_path.path if isinstance(family_or_path, Family) else family_or_path
+        raise SchemaError(f"schema/{path}:{line}: {message}")
+
+    # --- reading -------------------------------------------------------------------------------
+
+    def load(self):
+        paths = []
+        for sub in sorted(os.listdir(self.schema_dir)):
+            d = os.path.join(self.schema_dir, sub)
+            if not os.path.isdir(d):
+                continue
+            for name in sorted(os.listdir(d)):
+                if name.endswith(".schema"):
+                    paths.append((sub, name))
+        if not paths:
+            raise SchemaError(f"{self.schema_dir}: no schema files")
+        for sub, name in paths:
+            self.families.append(self.read_file(sub, name))
+        self.check_family_names()
+        for fam in self.families:
+            self.declare(fam)
+        for fam in self.families:
+            for u in fam.uses:
+                if not any(f.name == u for f in self.families):
+                    self.fail(fam, 1, f"'use {u}' names no family")
+        for fam in self.families:
+            self.resolve_records(fam)
+        for fam in self.families:
+            self.resolve_methods(fam)
+        self.check_identifiers()
+        return self.families
+
+    def read_file(self, sub, name):
+        rel = f"{sub}/{name}"
+        fam = Family(name="", path=rel, subsystem=sub)
+        block, current = None, None
+        with open(os.path.join(self.schema_dir, sub, name), encoding="utf-8") as f:
+            lines = f.read().split("\n")
+        for number, raw in enumerate(lines, 1):
+            line = strip_comment(raw)
+            if not line.strip():
+                continue
+            if "\t" in raw:
+                self.fail(rel, number, "tab character; indent with blanks")
+            indented = line[0] == " "
+            words = line.split()
+            if not indented:
+                head = words[0]
+                if head == "family":
+                    if fam.name or len(words) != 2:
+                        self.fail(rel, number, "expected one 'family NAME' line, first in the file")
+                    fam.name = words[1]
+                    block = None
+                    continue
+                if not fam.name:
+                    self.fail(rel, number, "the file must start with 'family NAME'")
+                if head == "use" and len(words) == 2:
+                    fam.uses.append(words[1])
+                    block = None
+                elif head == "enum" and len(words) == 2:
+                    current = Enum(words[1], [], fam, number)
+                    fam.enums.append(current)
+                    block = "enum"
+                elif head == "record" and len(words) == 2:
+                    current = Record(words[1], [], fam, number)
+                    fam.records.append(current)
+                    block = "record"
+                elif head == "methods" and len(words) == 1:
+                    block = "methods"
+                else:
+                    self.fail(rel, number, f"unknown block header '{line.strip()}'")
+                continue
+            if block == "enum":
+                m = re.match(r'\s+(-?\d+)\s+"([^"]*)"\s*$', line)
+                if not m:
+                    self.fail(rel, number, 'expected an enumeration line: VALUE "text"')
+                current.values.append((int(m.group(1)), m.group(2)))
+                current.lines.append(number)
+            elif block == "record":
+                m = re.match(r'\s+"([^"]*)"\s+(\S.*)$', line)
+                if not m:
+                    self.fail(rel, number, 'expected a record line: "JsonKey" type')
+                fam.raw_fields.append((current, m.group(1), " ".join(m.group(2).split()), number))
+            elif block == "methods":
+                m = re.match(r'\s+"([^"]+)"\s+(.+?)\s*->\s*(.+?)\s*$', line)
+                if not m:
+                    self.fail(rel, number, 'expected a method line: "method.string" ARGS -> OUTPUT')
+                fam.raw_methods.append((m.group(1), m.group(2), m.group(3), number))
+            else:
+                self.fail(rel, number, "indented line outside an enum, record or methods block")
+        if not fam.name:
+            self.fail(rel, 1, "missing 'family NAME'")
+        if fam.stem != fam.name:
+            self.fail(rel, 1, f"family '{fam.name}' must live in a file named {fam.name}.schema")
+        return fam
+
+    def check_family_names(self):
+        seen = {}
+        for fam in self.families:
+            if fam.name in seen:
+                self.fail(fam, 1, f"family '{fam.name}' is declared again (first in schema/{seen[fam.name]})")
+            seen[fam.name] = fam.path
+
+    def declare(self, fam):
+        for e in fam.enums:
+            self.add_type(fam, e.line, e.name, Type("enum", e.name, name=e.name))
+            self.enums[e.name] = e
+            if not e.values:
+                self.fail(fam, e.line, f"enumeration {e.name} has no values")
+            values, texts = {}, {}
+            for (v, t), ln in zip(e.values, e.lines):
+                if v in values:
+                    self.fail(fam, ln, f"value {v} appears twice in {e.name}")
+                if t in texts:
+                    self.fail(fam, ln, f'text "{t}" appears twice in {e.name}')
+                if not t:
+                    self.fail(fam, ln, "empty enumeration text")
+                if not -2**31 <= v < 2**31:
+                    self.fail(fam, ln, f"value {v} does not fit an int")
+                values[v] = t
+                texts[t] = v
+        for r in fam.records:
+            self.add_type(fam, r.line, r.name, Type("record", r.name, name=r.name))
+            self.records[r.name] = r
+
+    def add_type(self, fam, line, name, t):
+        if not IDENT.match(name):
+            self.fail(fam, line, f"'{name}' is not a C++ identifier")
+        if name in self.types or name in BUILTIN_RECORDS or name in FIELD_WORDS:
+            where = self.types[name][1].path if name in self.types else "the codec layer"
+            self.fail(fam, line, f"type '{name}' is declared again (first in {where})")
+        self.types[name] = (t, fam)
+
+    # --- resolving ----------------------------------------------------------------------------
+
+    def named(self, fam, line, name):
+        if name in BUILTIN_RECORDS:
+            return BUILTIN_RECORDS[name]
+        if name not in self.types:
+            self.fail(fam, line, f"unknown type '{name}'")
+        t, owner = self.types[name]
+        if owner is not fam and owner.name not in fam.uses:
+            self.fail(fam, line, f"type '{name}' belongs to family '{owner.name}': add 'use {owner.name}'")
+        return t
+
+    def resolve_records(self, fam):
+        for rec, key, text, line in fam.raw_fields:
+            if not IDENT.match(key):
+                self.fail(fam, line, f'JSON key "{key}" is not a C++ identifier')
+            if any(f.key == key for f in rec.fields):
+                self.fail(fam, line, f'key "{key}" appears twice in {rec.name}')
+            t = FIELD_WORDS.get(text) or self.named(fam, line, text)
+            if t.cpp == rec.name:
+                self.fail(fam, line, f"record {rec.name} contains itself")
+            rec.fields.append(Field(key, t, line))
+        for rec in fam.records:
+            if not rec.fields:
+                self.fail(fam, rec.line, f"record {rec.name} has no fields")
+
+    def parse_type(self, fam, line, text, where):
+        tokens = re.findall(r"const\s*&|[A-Za-z_][A-Za-z0-9_]*|[<>,]|\S", text)
+        pos = [0]
+
+        def peek():
+            return tokens[pos[0]] if pos[0] < len(tokens) else None
+
+        def take(expected=None):
+            tok = peek()
+            if tok is None or (expected and tok != expected):
+                self.fail(fam, line, f"cannot read {where} '{text}': expected {expected or 'a type'}")
+            pos[0] += 1
+            return tok
+
+        def one():
+            tok = take()
+            if tok == "unsigned":
+                word = "unsigned " + take()
+                if word not in CPP_WORDS:
+                    self.fail(fam, line, f"unknown type '{word}' in {where}")
+                return CPP_WORDS[word]
+            if tok in ("vector", "map", "tuple"):
+                take("<")
+                inner = []
+                while peek() != ">":
+                    inner.append(one())
+                    if peek() == ",":
+                        take(",")
+                take(">")
+                if tok == "vector":
+                    if inner != [STRING]:
+                        self.fail(fam, line, f"only vector<string> is an output, not in '{text}'")
+                    return STRINGS
+                if tok == "map":
+                    if len(inner) != 2:
+                        self.fail(fam, line, f"map takes a key and a value: '{text}'")
+                    k, v = inner
+                    return Type("map", f"std::map<{k.cpp}, {v.cpp}>", (k, v))
+                cpp = "std::tuple<" + ", ".join(t.cpp for t in inner) + ">"
+                return Type("tuple", cpp, tuple(inner))
+            if tok in CPP_WORDS:
+                return CPP_WORDS[tok]
+            if IDENT.match(tok):
+                return self.named(fam, line, tok)
+            self.fail(fam, line, f"cannot read {where} '{text}'")
+
+        t = one()
+        by_ref = None
+        if peek() is not None and peek().startswith("const"):
+            take()
+            by_ref = True
+        if peek() is not None:
+            self.fail(fam, line, f"unexpected '{peek()}' in {where} '{text}'")
+        return t, by_ref
+
+    def split_args(self, text):
+        parts, depth, cur = [], 0, ""
+        for ch in text:
+            depth += ch == "<"
+            depth -= ch == ">"
+            if ch == "," and depth == 0:
+                parts.append(cur.strip())
+                cur = ""
+            else:
+                cur += ch
+        parts.append(cur.strip())
+        return parts
+
+    def resolve_methods(self, fam):
+        seen = {}
+        for rpc, args_text, out_text, line in fam.raw_methods:
+            if not re.match(r"^[a-z0-9_-]+(\.[a-z0-9_-]+)+$", rpc, re.I):
+                self.fail(fam, line, f'"{rpc}" is not a method string')
+            if not rpc.startswith(fam.name + "."):
+                self.fail(fam, line, f'method "{rpc}" does not belong to family "{fam.name}"')
+            args = []
+            if args_text != "-":
+                for part in self.split_args(args_text):
+                    t, ref = self.parse_type(fam, line, part, "argument")
+                    args.append(Arg(t, self.passing(fam, line, t, ref)))
+            out = None
+            if out_text != "-":
+                out, ref = self.parse_type(fam, line, out_text, "output")
+                if ref:
+                    self.fail(fam, line, "an output takes no const&")
+            m = Method(rpc, args, out, line)
+            m.shape = self.shape(fam, m)
+            signature = (m.exported, tuple((a.type.cpp, a.by_ref) for a in args), out.cpp if out else None)
+            params = signature[:2]
+            if params in seen:
+                self.fail(fam, line, f"duplicate overload of {m.exported} (first at line {seen[params]})")
+            seen[params] = line
+            if len(args) > 4:
+                self.fail(fam, line, "a method takes at most four arguments")
+            fam.methods.append(m)
+        self.assign_keys(fam)
+
+    def passing(self, fam, line, t, ref):
+        if t == U16:
+            return bool(ref)
+        if t in BY_VALUE or t.kind == "enum":
+            if ref:
+                self.fail(fam, line, f"'{t.cpp}' is passed by value; drop const&")
+            return False
+        if t in BY_REFERENCE or t.kind == "record":
+            return True
+        self.fail(fam, line, f"'{t.cpp}' cannot be an argument")
+
+    def shape(self, fam, m):
+        verb = m.rpc.rsplit(".", 1)[1]
+        out, args = m.out, m.args
+        if out is None:
+            if not args:
+                return "bare"
+            shapes = {"set": "set", "add": "add", "del": "del", "get": "exists"}
+            if verb not in shapes:
+                self.fail(fam, m.line, f'"{m.rpc}" takes arguments and returns nothing, '
+                                       "so it must end in .set, .add, .del or .get")
+            return shapes[verb]
+        if out.kind == "map":
+            if args:
+                self.fail(fam, m.line, "a get-all (map output) takes no arguments")
+            self.check_map(fam, m.line, out)
+            return "get_all"
+        if out in (BOOL, U32, U16):
+            return "scalar_get"
+        if out == STRINGS:
+            if not args:
+                self.fail(fam, m.line, "a list get takes keys")
+            return "list_get"
+        if out.kind in ("record", "enum"):
+            return "keyed_get" if args else "singleton_get"
+        self.fail(fam, m.line, f"'{out.cpp}' cannot be an output")
+
+    def check_map(self, fam, line, t):
+        k, v = t.args
+        key_ok = k in (STRING, I32, U32, U16, U8) or k.kind in ("record", "enum") or (
+            k.kind == "tuple" and 2 <= len(k.args) <= 4 and all(
+                a in (STRING, I32, U32, U16) or a.kind == "enum" or a == MAC for a in k.args))
+        if not key_ok:
+            self.fail(fam, line, f"'{k.cpp}' cannot be a table key")
+        value_ok = v.kind == "record" or v in (BOOL, U32, U16, STRING, STRINGS) or (
+            v.kind == "tuple" and not v.args)
+        if not value_ok:
+            self.fail(fam, line, f"'{v.cpp}' cannot be a table value")
+
+    def assign_keys(self, fam):
+        """Which leading arguments are the key: a table's keyed get or get-all tells how many
+        members its key has; a set or add without either sends its value last."""
+        key_counts = {}
+        for m in fam.methods:
+            if m.shape in ("keyed_get", "scalar_get", "list_get", "exists", "del"):
+                key_counts.setdefault(m.table, len(m.args))
+            elif m.shape == "get_all":
+                k = m.out.args[0]
+                key_counts.setdefault(m.table, len(k.args) if k.kind == "tuple" else 1)
+        for m in fam.methods:
+            if m.shape in ("set", "add"):
+                n = key_counts.get(m.table, len(m.args) - 1)
+                if n > len(m.args):
+                    n = len(m.args) - 1
+                m.key_count = n
+            elif m.shape == "get_all":
+                k = m.out.args[0]
+                m.key_count = len(k.args) if k.kind == "tuple" else 1
+            else:
+                m.key_count = len(m.args)
+
+    def check_identifiers(self):
+        """Enumerators live in the global namespace: no two may share a name."""
+        seen = {}
+        for fam in self.families:
+            for e in fam.enums:
+                for (v, t), ln in zip(e.values, e.lines):
+                    name = enumerator(e, t)
+                    if name in seen:
+                        self.fail(fam, ln, f"enumerator name {name} clashes with schema/{seen[name]}")
+                    seen[name] = f"{fam.path}:{ln}"
+
+
+def enumerator(e, text):
+    stem = e.name[:-2] if e.name.endswith("_t") else e.name
+    return stem + "_" + re.sub(r"[^A-Za-z0-9_]", "_", text)
+
+
+# ----------------------------------------------------------------------------------------------
+# C++ output
+
+BANNER = "// Generated by tools/zoltgen.py from schema/{path}. Do not edit.\n"
+
+
+def c_string(text):
+    return json.dumps(text)
+
+
+def record_order(records):
+    """Records in declared order, except that a record comes after the records it holds."""
+    by_name = {r.name: r for r in records}
+    done, out = set(), []
+
+    def visit(r):
+        if r.name in done:
+            return
+        done.add(r.name)
+        for f in r.fields:
+            if f.type.kind == "record" and f.type.cpp in by_name:
+                visit(by_name[f.type.cpp])
+        out.append(r)
+
+    for r in records:
+        visit(r)
+    return out
+
+
+def params(m):
+    """The C++ parameter list of a typed function, the handle and the output included."""
+    names = arg_names(m)
+    out = ["void* handle"]
+    for a, n in zip(m.args, names):
+        out.append(f"const {a.type.cpp}& {n}" if a.by_ref else f"{a.type.cpp} {n}")
+    if m.out is not None:
+        out.append(f"{m.out.cpp}* out")
+    return out, names
+
+
+def arg_names(m):
+    keys = m.key_count
+    names = []
+    for i in range(len(m.args)):
+        if i >= keys:
+            names.append("value")
+        elif keys == 1:
+            names.append("key")
+        else:
+            names.append(f"key{i + 1}")
+    return names
+
+
+def gen_header(fam, families):
+    out = [BANNER.format(path=fam.path)]
+    out.append(f"#ifndef {fam.guard}\n#define {fam.guard}\n\n")
+    out.append('#include "codec/record.h"\n')
+    out.append('#include "codec/table.h"\n')
+    for u in fam.uses:
+        out.append(f'#include "{next(f for f in families if f.name == u).header}"\n')
+    out.append("\n")
+    for e in fam.enums:
+        out.append(f"enum {e.name} : int {{\n")
+        for v, t in e.values:
+            out.append(f"    {enumerator(e, t)} = {v},\n")
+        out.append("};\n\n")
+    for r in record_order(fam.records):
+        out.append(f"struct {r.name} {{\n")
+        for f in r.fields:
+            out.append(f"    {f.type.cpp} {f.key}{{}};\n")
+        out.append("};\n\n")
+    if fam.enums or fam.records:
+        for e in fam.enums:
+            out.append(f"ZOLT_API Json::Value serialize({e.name} value);\n")
+            out.append(f"ZOLT_API void parse(const Json::Value& json, {e.name}& value);\n")
+        for r in fam.records:
+            out.append(f"ZOLT_API Json::Value serialize(const {r.name}& value);\n")
+            out.append(f"ZOLT_API void parse(const Json::Value& json, {r.name}& value);\n")
+            out.append(f"ZOLT_API bool operator<(const {r.name}& a, const {r.name}& b);\n")
+        out.append("\n")
+    for m in fam.methods:
+        ps, _ = params(m)
+        out.append(f"ZOLT_API int {m.exported}({', '.join(ps)});\n")
+    out.append(f"\n#endif  // {fam.guard}\n")
+    return "".join(out)
+
+
+SHAPE_CALL = {
+    "bare": "call", "set": "call", "add": "call", "del": "call", "exists": "call",
+    "singleton_get": "call_get", "keyed_get": "call_get", "scalar_get": "call_get",
+    "list_get": "call_get", "get_all": "call_get_all",
+}
+
+
+def field_write(f):
+    if f.type.kind == "timestamp":
+        return f"zolt::timestamp_to_json(value.{f.key})"
+    return f"zolt::to_json(value.{f.key})"
+
+
+def field_read(f):
+    if f.type.kind == "timestamp":
+        return f'zolt::parse_timestamp(json["{f.key}"], value.{f.key});'
+    return f'parse(json["{f.key}"], value.{f.key});'
+
+
+def gen_source(fam):
+    out = [BANNER.format(path=fam.path)]
+    out.append(f'#include "{fam.header}"\n\n#include "client/methods.h"\n\n')
+    if fam.enums:
+        out.append("namespace {\n\n")
+        for e in fam.enums:
+            out.append(f"constexpr zolt::enum_text<{e.name}> k_{e.name}[] = {{\n")
+            for v, t in e.values:
+                out.append(f"    {{{enumerator(e, t)}, {c_string(t)}}},\n")
+            out.append("};\n\n")
+        out.append("}  // namespace\n\n")
+    for e in fam.enums:
+        out.append(f"Json::Value serialize({e.name} value) {{\n"
+                   f"    return zolt::enum_to_json(k_{e.name}, value);\n}}\n\n")
+        out.append(f"void parse(const Json::Value& json, {e.name}& value) {{\n"
+                   f"    zolt::enum_from_json(k_{e.name}, json, value);\n}}\n\n")
+    for r in fam.records:
+        out.append(f"Json::Value serialize(const {r.name}& value) {{\n")
+        out.append("    Json::Value json(Json::objectValue);\n")
+        for f in r.fields:
+            out.append(f'    json["{f.key}"] = {field_write(f)};\n')
+        out.append("    return json;\n}\n\n")
+        out.append(f"void parse(const Json::Value& json, {r.name}& value) {{\n")
+        out.append("    zolt::require_record(json);\n")
+        for f in r.fields:
+            out.append(f"    {field_read(f)}\n")
+        out.append("}\n\n")
+        ties = lambda side: ", ".join(f"{side}.{f.key}" for f in r.fields)
+        out.append(f"bool operator<(const {r.name}& a, const {r.name}& b) {{\n"
+                   f"    return std::tie({ties('a')}) <\n"
+                   f"           std::tie({ties('b')});\n}}\n\n")
+    for m in fam.methods:
+        ps, names = params(m)
+        call_args = [c_string(m.rpc)]
+        if m.out is not None:
+            call_args.append("out")
+        call_args += names
+        out.append(f"int {m.exported}({', '.join(ps)}) {{\n"
+                   f"    return zolt::{SHAPE_CALL[m.shape]}(handle, {', '.join(call_args)});\n}}\n\n")
+    return "".join(out).rstrip() + "\n"
+
+
+def gen_families(families):
+    out = ["// Generated by tools/zoltgen.py: every family of the schema. Do not edit.\n",
+           "#ifndef ZOLT_SCHEMA_FAMILIES_H\n#define ZOLT_SCHEMA_FAMILIES_H\n\n"]
+    for fam in families:
+        out.append(f'#include "{fam.header}"\n')
+    out.append("\n#endif  // ZOLT_SCHEMA_FAMILIES_H\n")
+    return "".join(out)
+
+
+def gen_manifest(families):
+    out = ["family\tfunction\tmethod\tshape\tparameters\n"]
+    for fam in families:
+        for m in fam.methods:
+            ps, _ = params(m)
+            out.append(f"{fam.name}\t{m.exported}\t{m.rpc}\t{m.shape}\t{', '.join(ps)}\n")
+    return "".join(out)
+
+
+# --- the simulator's method table ---------------------------------------------------------------
+
+def default_json(t, loader):
+    """A value as a freshly set-up switch would hold it: numbers 0, texts and lists empty,
+    enumerations at their first text."""
+    if t.kind == "scalar":
+        return False if t == BOOL else "" if t == STRING else 0
+    if t.kind == "timestamp":
+        return 0
+    if t.kind == "vector":
+        return "" if t == BYTES else []
+    if t.kind == "enum":
+        return loader.enums[t.cpp].values[0][1]
+    if t == MAC:
+        return "00:00:00:00:00:00"
+    if t.cpp == "zolt_ipv4_uc_t":
+        return {"networkAddress": "", "networkPrefixSize": 0, "nextHop": ""}
+    if t.cpp == "NAS_ifindex_index":
+        return {"InterfaceNo": ""}
+    if t.kind == "record":
+        return {f.key: default_json(f.type, loader) for f in loader.records[t.cpp].fields}
+    if t.kind == "tuple":
+        return None
+    raise AssertionError(t)
+
+
+def codec_of(t):
+    if t is None or (t.kind == "tuple" and not t.args):
+        return "nullptr"
+    return f"&zolt_sim::canon<{t.cpp}>"
+
+
+def gen_sim(families, loader):
+    out = ["// Generated by tools/zoltgen.py: the simulator's view of every method. Do not edit.\n",
+           '#include "sim/sim_schema.h"\n\n#include "client/zoltclient.h"\n\n',
+           "namespace zolt_sim {\n\nconst MethodInfo kMethods[] = {\n"]
+    rows = {}
+    for fam in families:
+        for m in fam.methods:
+            if m.shape == "get_all":
+                k, v = m.out.args
+                keys = list(k.args) if k.kind == "tuple" else [k]
+                value = v
+            else:
+                keys = [a.type for a in m.args[:m.key_count]]
+                rest = m.args[m.key_count:]
+                value = rest[0].type if rest else m.out
+            keyed = m.shape != "get_all" and m.key_count > 0
+            row = (m.rpc, m.shape, m.table, len(keys), keys, value, keyed, fam.name)
+            rows.setdefault(m.rpc, []).append(row)
+    for rpc in sorted(rows):
+        for rpc_, shape, table, n, keys, value, keyed, famname in rows[rpc]:
+            key_codecs = ", ".join(codec_of(k) for k in keys) or "nullptr"
+            dflt = "nullptr" if value is None or (value.kind == "tuple") else c_string(
+                json.dumps(default_json(value, loader), separators=(",", ":")))
+            out.append(f"    {{{c_string(rpc)}, {c_string(famname)}, Shape::{shape}, {c_string(table)}, "
+                       f"{n}, {{{key_codecs}}}, {codec_of(value)}, {dflt}}},\n")
+    out.append("};\n\nconst std::size_t kMethodCount = sizeof(kMethods) / sizeof(kMethods[0]);\n\n"
+               "}  // namespace zolt_sim\n")
+    return "".join(out)
+
+
+def write_if_changed(path, text):
+    os.makedirs(os.path.dirname(path), exist_ok=True)
+    try:
+        with open(path, encoding="utf-8") as f:
+            if f.read() == text:
+                return
+    except FileNotFoundError:
+        pass
+    with open(path + ".tmp", "w", encoding="utf-8") as f:
+        f.write(text)
+    os.replace(path + ".tmp", path)
+
+
+def main(argv=None):
+    ap = argparse.ArgumentParser(description=__doc__.split("\n")[0])
+    ap.add_argument("schema_dir", help="the schema directory")
+    ap.add_argument("--out", help="where to write the generated tree")
+    ap.add_argument("--check", action="store_true", help="parse and validate only")
+    ap.add_argument("--stamp", help="touch this file after a successful run")
+    ns = ap.parse_args(argv)
+    loader = Loader(ns.schema_dir)
+    try:
+        families = loader.load()
+    except SchemaError as e:
+        print(f"zoltgen: {e}", file=sys.stderr)
+        return 1
+    if ns.check:
+        total = sum(len(f.methods) for f in families)
+        for f in families:
+            print(f"{f.path}: {len(f.enums)} enumerations, {len(f.records)} records, "
+                  f"{len(f.methods)} functions")
+        print(f"{len(families)} families, {total} functions")
+        return 0
+    if not ns.out:
+        ap.error("--out is required unless --check is given")
+    for fam in families:
+        base = os.path.join(ns.out, "schema", fam.subsystem, fam.stem)
+        write_if_changed(base + ".h", gen_header(fam, families))
+        write_if_changed(base + ".cpp", gen_source(fam))
+    write_if_changed(os.path.join(ns.out, "schema", "families.h"), gen_families(families))
+    write_if_changed(os.path.join(ns.out, "schema", "manifest.tsv"), gen_manifest(families))
+    write_if_changed(os.path.join(ns.out, "sim", "methods.cpp"), gen_sim(families, loader))
+    if ns.stamp:
+        with open(ns.stamp, "w"):
+            pass
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
