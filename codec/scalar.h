@@ -1,0 +1,68 @@
+#pragma once
+
+// Readers for the plain values that travel in JSON, and the small records shared by every
+// family. Reading is strict about the JSON type and lax about range: a value of the right
+// type is taken and cut to the target's width without a check. Every reader writes straight
+// into the caller's object; list readers append and never clear.
+
+#include <json/value.h>
+
+#include <string>
+#include <vector>
+
+#include "codec/export.h"
+
+// Six bytes in transmission order. On the wire: "00:1F:A2:0B:3C:D4".
+struct zolt_mac_t {
+    unsigned char addr[6];
+};
+
+// Byte 0 to byte 5 as unsigned values; the first difference decides.
+ZOLT_API bool operator<(const zolt_mac_t& lhs, const zolt_mac_t& rhs);
+
+// Each throws std::runtime_error("Unexpected type") when the JSON type does not fit, and then
+// leaves the target as it was.
+ZOLT_API void parse(const Json::Value& value, bool& target);
+ZOLT_API void parse(const Json::Value& value, int& target);
+ZOLT_API void parse(const Json::Value& value, short& target);           // low 16 bits
+ZOLT_API void parse(const Json::Value& value, unsigned char& target);   // low 8 bits
+ZOLT_API void parse(const Json::Value& value, unsigned short& target);  // low 16 bits
+ZOLT_API void parse(const Json::Value& value, unsigned int& target);
+ZOLT_API void parse(const Json::Value& value, unsigned long long& target);
+ZOLT_API void parse(const Json::Value& value, long long& target);
+ZOLT_API void parse(const Json::Value& value, std::string& target);
+
+// Accepts exactly what the C library's ether_aton accepts (one-digit groups, either letter
+// case, ':' only); anything else throws std::runtime_error("Mac address is invalid").
+ZOLT_API void parse(const Json::Value& value, zolt_mac_t& target);
+
+// Hex text, two digits a byte, appended to the target. Odd length throws
+// std::runtime_error("Unexpected HEX string"); each two-character piece is converted the way
+// std::stoi(piece, nullptr, 16) does, so "1g" gives 1, "-1" gives 255 and "zz" throws
+// std::invalid_argument("stoi").
+ZOLT_API void parse(const Json::Value& value, std::vector<unsigned char>& target);
+
+// Arrays, read in order and appended; elements read before a bad one stay appended.
+ZOLT_API void parse(const Json::Value& value, std::vector<std::string>& target);
+ZOLT_API void parse(const Json::Value& value, std::vector<unsigned short>& target);
+ZOLT_API void parse(const Json::Value& value, std::vector<unsigned int>& target);
+
+// An IPv4 route key. Addresses stay text: the library never checks or normalises them.
+struct zolt_ipv4_uc_t {
+    std::string networkAddress;
+    int networkPrefixSize;
+    std::string nextHop;
+};
+
+ZOLT_API Json::Value serialize(const zolt_ipv4_uc_t& value);
+ZOLT_API void parse(const Json::Value& value, zolt_ipv4_uc_t& target);
+ZOLT_API bool operator<(const zolt_ipv4_uc_t& lhs, const zolt_ipv4_uc_t& rhs);
+
+// An interface key.
+struct NAS_ifindex_index {
+    std::string InterfaceNo;
+};
+
+ZOLT_API Json::Value serialize(const NAS_ifindex_index& value);
+ZOLT_API void parse(const Json::Value& value, NAS_ifindex_index& target);
+ZOLT_API bool operator<(const NAS_ifindex_index& lhs, const NAS_ifindex_index& rhs);
