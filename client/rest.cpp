@@ -1,0 +1,184 @@
+#include "client/rest.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "client/rest_internal.h"
+
+namespace {
+
+// A field of rest_conn_t is meant to be NUL-terminated, but a caller that fills the whole
+// array must not make us read into the next field.
+template <std::size_t N>
+int field_length(const char (&field)[N]) {
+    return static_cast<int>(strnlen(field, N));
+}
+
+}  // namespace
+
+rest_handle_t* rest_init(const rest_conn_t* conn) {
+    if (conn == nullptr) return nullptr;
+
+    auto* handle = static_cast<rest_handle_t*>(calloc(1, sizeof(rest_handle_t)));
+    if (handle == nullptr) return nullptr;
+
+    handle->curl = curl_easy_init();
+    if (handle->curl == nullptr) {
+        free(handle);
+        return nullptr;
+    }
+    CURL* curl = handle->curl;
+
+    // libcurl copies string options, so one local buffer serves the credentials first and the
+    // header line afterwards. Empty user and password still give ":" and Basic stays selected.
+    char text[4096];
+    snprintf(text, sizeof text, "%.*s:%.*s", field_length(conn->user), conn->user,
+             field_length(conn->password), conn->password);
+    char url[sizeof conn->url + 1];
+    snprintf(url, sizeof url, "%.*s", field_length(conn->url), conn->url);
+
+    // No other option is set: libcurl's defaults stand for redirects, proxies, TLS and signals.
+    if (curl_easy_setopt(curl, CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_BASIC)) != CURLE_OK ||
+        curl_easy_setopt(curl, CURLOPT_USERPWD, text) != CURLE_OK ||
+        curl_easy_setopt(curl, CURLOPT_TIMEOUT, conn->timeout) != CURLE_OK ||
+        curl_easy_setopt(curl, CURLOPT_URL, url) != CURLE_OK ||
+        curl_easy_setopt(curl, CURLOPT_USERAGENT, "restclient") != CURLE_OK ||
+        curl_easy_setopt(curl, CURLOPT_POST, 1L) != CURLE_OK ||
+        curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION,
+                         static_cast<curl_write_callback>(rest_write_cb)) != CURLE_OK ||
+        curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION,
+                         static_cast<curl_write_callback>(rest_header_cb)) != CURLE_OK) {
+        curl_easy_cleanup(curl);
+        free(handle);
+        return nullptr;
+    }
+
+    snprintf(text, sizeof text, "Content-Type: %.*s", field_length(conn->content_type),
+             conn->content_type);
+    handle->headers = curl_slist_append(nullptr, text);
+    if (handle->headers == nullptr) {
+        curl_easy_cleanup(curl);
+        free(handle);
+        return nullptr;
+    }
+    if (curl_easy_setopt(curl, CURLOPT_HTTPHEADER, handle->headers) != CURLE_OK) {
+        curl_slist_free_all(handle->headers);
+        curl_easy_cleanup(curl);
+        free(handle);
+        return nullptr;
+    }
+    return handle;
+}
+
+void rest_deinit(rest_handle_t* handle) {
+    if (handle == nullptr) return;
+    curl_slist_free_all(handle->headers);
+    curl_easy_cleanup(handle->curl);
+    // Nothing balances this with curl_global_init: the first curl_easy_init did that work.
+    curl_global_cleanup();
+    free(handle);
+}
+
+rest_response_t* rest_post(rest_handle_t* handle, const char* body, long size) {
+    if (handle == nullptr || handle->curl == nullptr) return nullptr;
+    // With a null body libcurl would read the request from stdin instead.
+    if (body == nullptr) {
+        if (size != 0) return nullptr;
+        body = "";
+    }
+
+    rest_response_t* response = rest_response_alloc();
+    if (response == nullptr) return nullptr;
+
+    // The handle keeps these four pointers after the call; the next post replaces them before
+    // libcurl can use them again.
+    CURL* curl = handle->curl;
+    if (curl_easy_setopt(curl, CURLOPT_WRITEDATA, response) != CURLE_OK ||
+        curl_easy_setopt(curl, CURLOPT_HEADERDATA, response) != CURLE_OK ||
+        curl_easy_setopt(curl, CURLOPT_POSTFIELDS, body) != CURLE_OK ||
+        curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE, size) != CURLE_OK ||
+        curl_easy_perform(curl) != CURLE_OK) {
+        // Text collected before the transfer failed goes with the record.
+        rest_free_response(response);
+        return nullptr;
+    }
+
+    long status = 0;
+    if (curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status) != CURLE_OK) {
+        rest_free_response(response);
+        return nullptr;
+    }
+    response->status = status;
+    return response;
+}
+
+void rest_free_response(rest_response_t* response) {
+    if (response == nullptr) return;
+    free(response->body);
+    free(response->header);
+    free(response);
+}
+
+rest_response_t* rest_response_alloc() {
+    auto* record = static_cast<rest_response_record*>(calloc(1, sizeof(rest_response_record)));
+    return record == nullptr ? nullptr : &record->response;
+}
+
+std::size_t rest_append_chunk(const char* data, std::size_t size, std::size_t count,
+                              rest_response_t* response, bool is_header) {
+    // `response` is the first member of its record, so the two addresses are one.
+    auto* record = reinterpret_cast<rest_response_record*>(response);
+    char*& target = is_header ? response->header : response->body;
+    rest_collected_text& text = is_header ? record->header : record->body;
+
+    if (count != 0 && size > SIZE_MAX / count) return 0;
+    const std::size_t n = size * count;
+
+    // A NUL byte ends what this chunk contributes; the bytes after it are dropped although
+    // they are reported as taken.
+    const void* nul = n != 0 ? memchr(data, '\0', n) : nullptr;
+    const std::size_t take = nul != nullptr ? static_cast<std::size_t>(
+                                                  static_cast<const char*>(nul) - data)
+                                            : n;
+    if (take > SIZE_MAX - 1 - text.length) return 0;
+    const std::size_t needed = text.length + take + 1;
+
+    if (target == nullptr) {
+        target = static_cast<char*>(malloc(needed));
+        if (target == nullptr) return 0;
+        text.length = 0;
+        text.capacity = needed;
+    } else if (needed > text.capacity) {
+        // Geometric growth keeps a large answer linear in its size.
+        std::size_t grown = text.capacity > SIZE_MAX / 2 ? needed : text.capacity * 2;
+        if (grown < needed) grown = needed;
+        char* block = static_cast<char*>(realloc(target, grown));
+        if (block == nullptr) {
+            free(target);
+            target = nullptr;
+            text = rest_collected_text{};
+            return 0;
+        }
+        target = block;
+        text.capacity = grown;
+    }
+
+    if (take != 0) memcpy(target + text.length, data, take);
+    text.length += take;
+    target[text.length] = '\0';
+    return n;
+}
+
+extern "C" std::size_t rest_write_cb(char* data, std::size_t size, std::size_t count,
+                                     void* user) {
+    if (user == nullptr) return 0;
+    return rest_append_chunk(data, size, count, static_cast<rest_response_t*>(user), false);
+}
+
+extern "C" std::size_t rest_header_cb(char* data, std::size_t size, std::size_t count,
+                                      void* user) {
+    if (user == nullptr) return 0;
+    return rest_append_chunk(data, size, count, static_cast<rest_response_t*>(user), true);
+}

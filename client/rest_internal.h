@@ -1,0 +1,37 @@
+#pragma once
+
+// Internals of the transport, visible to the library and its tests only.
+
+#include <cstddef>
+
+#include "client/rest.h"
+
+// rest_post hands out the address of `response`, which is the first member, so the record the
+// caller sees and this bookkeeping are one allocation. Keeping each text's length here lets a
+// chunk be appended without measuring what was collected before it.
+struct rest_collected_text {
+    std::size_t length;    // characters before the terminating NUL
+    std::size_t capacity;  // bytes allocated
+};
+
+struct rest_response_record {
+    rest_response_t response;
+    rest_collected_text header;
+    rest_collected_text body;
+};
+
+// A zero-filled record, or null when memory is exhausted.
+rest_response_t* rest_response_alloc();
+
+// Appends one chunk to `header` (is_header) or `body` as text: at most size * count bytes,
+// ending early at the first NUL byte, whose chunk's remainder is dropped. The collected text
+// stays NUL-terminated and never holds a NUL. Returns size * count, all bytes taken, or 0 when
+// memory is exhausted, which makes libcurl abort the transfer.
+std::size_t rest_append_chunk(const char* data, std::size_t size, std::size_t count,
+                              rest_response_t* response, bool is_header);
+
+extern "C" {
+// libcurl's write-callback signature; `user` is the rest_response_t.
+std::size_t rest_write_cb(char* data, std::size_t size, std::size_t count, void* user);
+std::size_t rest_header_cb(char* data, std::size_t size, std::size_t count, void* user);
+}
