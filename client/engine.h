@@ -1,0 +1,60 @@
+#pragma once
+
+// The JSON-RPC call engine every typed method goes through. Internal: not installed.
+//
+// A request is an object with "method", "id" (always the string "jsonrpc") and "params", the
+// arguments in position. It is posted as the styled writer's text, and the answer comes back
+// whole: the typed method judges "error" and "result" itself.
+
+#include <json/value.h>
+
+#include <string>
+
+#include "client/rest.h"
+#include "codec/value.h"
+
+struct zoltclient {
+    rest_handle_t* rest;
+};
+
+namespace zolt {
+
+// Posts `request` and returns the parsed answer, which is an object holding both "error" and
+// "result". Everything else throws std::runtime_error, in this order: "Post error" (transport
+// failure), "Network error, return code: <status>" (status outside 200-299 and 500-599),
+// "Failed to parse!" (also for an answer without body bytes), "Not a object",
+// "No error member", "No result member".
+Json::Value exchange(zoltclient* client, const Json::Value& request);
+
+// The wire form of a request: three-blank indent, " : " between name and value, short scalar
+// arrays on one line, a final newline.
+std::string styled(const Json::Value& request);
+
+}  // namespace zolt
+
+// The end of the argument list: the request is complete and goes out.
+inline Json::Value zolt_json_rpc_call_(zoltclient* client, const std::string& /*method*/,
+                                       Json::Value& request) {
+    return zolt::exchange(client, request);
+}
+
+// Appends the first argument to "params" and recurses. An argument that cannot be encoded (an
+// enumeration out of range) throws here, before anything is posted.
+template <class A, class... Rest>
+Json::Value zolt_json_rpc_call_(zoltclient* client, const std::string& method,
+                                Json::Value& request, const A& first, const Rest&... rest) {
+    request["params"].append(zolt::to_json(first));
+    return zolt_json_rpc_call_(client, method, request, rest...);
+}
+
+template <class... Args>
+Json::Value zolt_json_rpc_call(zoltclient* client, const std::string& method,
+                               const Args&... args) {
+    Json::Value request(Json::objectValue);
+    request["method"] = Json::Value(method);
+    // The constant id stands where a protocol version might be expected; it is never compared
+    // with the answer's.
+    request["id"] = Json::Value("jsonrpc");
+    request["params"] = Json::Value(Json::arrayValue);
+    return zolt_json_rpc_call_(client, method, request, args...);
+}
