@@ -1,0 +1,49 @@
+#pragma once
+
+// EXPECT_THROW_EXACT(statement, type, text): the statement throws an exception of exactly
+// `type` (not merely something derived from it or a base of it) whose what() is exactly
+// `text`. Messages can be streamed into it like into any EXPECT_*.
+
+#include <cxxabi.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <exception>
+#include <string>
+#include <typeinfo>
+
+namespace zolt_test {
+
+inline std::string type_name(const std::type_info& type) {
+    int status = 0;
+    char* readable = abi::__cxa_demangle(type.name(), nullptr, nullptr, &status);
+    std::string name = status == 0 && readable != nullptr ? readable : type.name();
+    std::free(readable);
+    return name;
+}
+
+template <class E, class F>
+::testing::AssertionResult throws_exact(F&& statement, const std::string& text) {
+    try {
+        statement();
+    } catch (const std::exception& caught) {
+        if (typeid(caught) != typeid(E)) {
+            return ::testing::AssertionFailure()
+                   << "threw " << type_name(typeid(caught)) << " (\"" << caught.what()
+                   << "\"), expected " << type_name(typeid(E));
+        }
+        if (text != caught.what()) {
+            return ::testing::AssertionFailure()
+                   << "threw \"" << caught.what() << "\", expected \"" << text << "\"";
+        }
+        return ::testing::AssertionSuccess();
+    } catch (...) {
+        return ::testing::AssertionFailure() << "threw something not derived from std::exception";
+    }
+    return ::testing::AssertionFailure() << "threw nothing";
+}
+
+}  // namespace zolt_test
+
+#define EXPECT_THROW_EXACT(statement, exception_type, text) \
+    EXPECT_TRUE(::zolt_test::throws_exact<exception_type>([&] { statement; }, text))

@@ -1,0 +1,489 @@
+// Plain values on the wire: strict about the JSON type, lax about range, appending lists, the
+// MAC and byte-list text forms, the time stamp and the two shared records.
+
+#include <gtest/gtest.h>
+#include <json/reader.h>
+#include <netinet/ether.h>
+
+#include <atomic>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "codec/scalar.h"
+#include "codec/value.h"
+#include "support/expect.h"
+
+namespace {
+
+Json::Value json(const std::string& text) {
+    Json::Value value;
+    Json::Reader reader;
+    if (!reader.parse(text, value, false)) ADD_FAILURE() << "bad test JSON: " << text;
+    return value;
+}
+
+zolt_mac_t mac(unsigned char a, unsigned char b, unsigned char c, unsigned char d,
+               unsigned char e, unsigned char f) {
+    return zolt_mac_t{{a, b, c, d, e, f}};
+}
+
+std::vector<unsigned char> bytes_of(const zolt_mac_t& m) {
+    return std::vector<unsigned char>(m.addr, m.addr + 6);
+}
+
+template <class T>
+bool same(const T& a, const T& b) {
+    return a == b;
+}
+
+bool same(const zolt_mac_t& a, const zolt_mac_t& b) { return bytes_of(a) == bytes_of(b); }
+
+template <class T>
+void expect_unexpected_type(const std::string& text, T unchanged) {
+    T target = unchanged;
+    EXPECT_THROW_EXACT(parse(json(text), target), std::runtime_error, "Unexpected type")
+        << "input " << text;
+    EXPECT_TRUE(same(target, unchanged)) << "target changed by " << text;
+}
+
+}  // namespace
+
+// ---- Numbers: the type test, then a cut to width -----------------------------------------
+
+TEST(ScalarRead, UnsignedValuesAreCutToTheirWidthWithoutACheck) {
+    unsigned short u16 = 0;
+    parse(json("70000"), u16);
+    EXPECT_EQ(u16, 4464);
+    unsigned char u8 = 0;
+    parse(json("300"), u8);
+    EXPECT_EQ(u8, 44);
+    parse(json("4294967295"), u8);
+    EXPECT_EQ(u8, 255);
+    unsigned int u32 = 0;
+    parse(json("4294967295"), u32);
+    EXPECT_EQ(u32, 4294967295u);
+    short i16 = 0;
+    parse(json("40000"), i16);
+    EXPECT_EQ(i16, -25536);
+    parse(json("-70000"), i16);
+    EXPECT_EQ(i16, -4464);
+}
+
+TEST(ScalarRead, RealsOfWholeValuePassTheIntegerTests) {
+    unsigned char u8 = 0;
+    parse(json("5.0"), u8);
+    EXPECT_EQ(u8, 5);
+    int i32 = 0;
+    parse(json("-3.0"), i32);
+    EXPECT_EQ(i32, -3);
+    unsigned int u32 = 0;
+    parse(json("1e3"), u32);
+    EXPECT_EQ(u32, 1000u);
+    expect_unexpected_type<unsigned int>("5.5", 9);
+    expect_unexpected_type<int>("-0.5", 9);
+}
+
+TEST(ScalarRead, SignAndRangeDecideTheTestNotTheCut) {
+    expect_unexpected_type<unsigned char>("-1", 7);
+    expect_unexpected_type<unsigned short>("-1", 7);
+    expect_unexpected_type<unsigned int>("-1", 7);
+    expect_unexpected_type<unsigned int>("4294967296", 7);
+    expect_unexpected_type<unsigned char>("4294967296", 7);
+    expect_unexpected_type<int>("2147483648", 7);
+    expect_unexpected_type<short>("2147483648", 7);
+    expect_unexpected_type<unsigned long long>("-1", 7);
+    expect_unexpected_type<long long>("18446744073709551615", 7);
+
+    unsigned long long u64 = 0;
+    parse(json("18446744073709551615"), u64);
+    EXPECT_EQ(u64, ULLONG_MAX);
+    long long i64 = 0;
+    parse(json("-9223372036854775808"), i64);
+    EXPECT_EQ(i64, LLONG_MIN);
+    int i32 = 0;
+    parse(json("-2147483648"), i32);
+    EXPECT_EQ(i32, INT_MIN);
+}
+
+TEST(ScalarRead, NullAndWrongJsonTypesAreRefusedForEveryType) {
+    for (const char* text : {"null", "\"1\"", "[1]", "{}"}) {
+        expect_unexpected_type<bool>(text, true);
+        expect_unexpected_type<int>(text, 1);
+        expect_unexpected_type<short>(text, 1);
+        expect_unexpected_type<unsigned char>(text, 1);
+        expect_unexpected_type<unsigned short>(text, 1);
+        expect_unexpected_type<unsigned int>(text, 1);
+        expect_unexpected_type<unsigned long long>(text, 1);
+        expect_unexpected_type<long long>(text, 1);
+    }
+    for (const char* text : {"null", "1", "true", "[]", "{}"}) {
+        expect_unexpected_type<std::string>(text, "kept");
+        expect_unexpected_type<zolt_mac_t>(text, mac(1, 2, 3, 4, 5, 6));
+        expect_unexpected_type<std::vector<unsigned char>>(text, {9});
+    }
+    expect_unexpected_type<bool>("1", false);
+    expect_unexpected_type<bool>("0", true);
+    expect_unexpected_type<int>("true", 0);
+}
+
+TEST(ScalarRead, BooleansAndStrings) {
+    bool flag = false;
+    parse(json("true"), flag);
+    EXPECT_TRUE(flag);
+    parse(json("false"), flag);
+    EXPECT_FALSE(flag);
+
+    std::string text = "old contents that are longer";
+    parse(json(R"("new")"), text);
+    EXPECT_EQ(text, "new");
+    parse(json(R"("")"), text);
+    EXPECT_EQ(text, "");
+    parse(json(R"("a\u0000b")"), text);
+    EXPECT_EQ(text, std::string("a\0b", 3));
+}
+
+// ---- Writers: which JSON type each C++ type becomes --------------------------------------
+
+TEST(ScalarWrite, NarrowUnsignedTypesBecomeSignedIntegers) {
+    EXPECT_EQ(zolt::to_json(static_cast<unsigned char>(200)).type(), Json::intValue);
+    EXPECT_EQ(zolt::to_json(static_cast<unsigned short>(65535)).type(), Json::intValue);
+    EXPECT_EQ(zolt::to_json(static_cast<short>(-2)).type(), Json::intValue);
+    EXPECT_EQ(zolt::to_json(-2).type(), Json::intValue);
+    EXPECT_EQ(zolt::to_json(7u).type(), Json::uintValue);
+    EXPECT_EQ(zolt::to_json(ULLONG_MAX).type(), Json::uintValue);
+    EXPECT_EQ(zolt::to_json(ULLONG_MAX).asUInt64(), ULLONG_MAX);
+    EXPECT_EQ(zolt::to_json(LLONG_MIN).type(), Json::intValue);
+    EXPECT_EQ(zolt::to_json(LLONG_MIN).asInt64(), LLONG_MIN);
+    EXPECT_EQ(zolt::to_json(true).type(), Json::booleanValue);
+    EXPECT_EQ(zolt::to_json(std::string("x")).type(), Json::stringValue);
+    EXPECT_EQ(zolt::to_json("literal").type(), Json::stringValue);
+}
+
+TEST(ScalarWrite, ListsBecomeArraysOfTheirElementType) {
+    const Json::Value vlans = zolt::to_json(std::vector<unsigned short>{1, 65535});
+    ASSERT_TRUE(vlans.isArray());
+    EXPECT_EQ(vlans[1].type(), Json::intValue);
+    EXPECT_EQ(vlans[1].asInt(), 65535);
+    const Json::Value oid = zolt::to_json(std::vector<unsigned int>{4294967295u});
+    EXPECT_EQ(oid[0].type(), Json::uintValue);
+    EXPECT_EQ(zolt::to_json(std::vector<std::string>{"a", "b"}), json(R"(["a","b"])"));
+    EXPECT_EQ(zolt::to_json(std::vector<std::string>{}), Json::Value(Json::arrayValue));
+    EXPECT_EQ(zolt::to_json(std::vector<unsigned short>{}), Json::Value(Json::arrayValue));
+}
+
+// ---- Lists append, and keep what came before a bad element -------------------------------
+
+TEST(ListRead, AppendsInArrayOrderWithoutClearing) {
+    std::vector<std::string> names = {"Gi 1/1"};
+    parse(json(R"(["Gi 1/2","Gi 1/3"])"), names);
+    EXPECT_EQ(names, (std::vector<std::string>{"Gi 1/1", "Gi 1/2", "Gi 1/3"}));
+    parse(json("[]"), names);
+    EXPECT_EQ(names.size(), 3u);
+
+    std::vector<unsigned short> vlans = {1};
+    parse(json("[10, 70000, 5.0]"), vlans);
+    EXPECT_EQ(vlans, (std::vector<unsigned short>{1, 10, 4464, 5}));
+
+    std::vector<unsigned int> oid = {1};
+    parse(json("[4294967295, 70000]"), oid);
+    EXPECT_EQ(oid, (std::vector<unsigned int>{1, 4294967295u, 70000}));
+}
+
+TEST(ListRead, ABadElementThrowsWithTheEarlierOnesAppended) {
+    std::vector<std::string> names;
+    EXPECT_THROW_EXACT(parse(json(R"(["a","b",3,"d"])"), names), std::runtime_error,
+                       "Unexpected type");
+    EXPECT_EQ(names, (std::vector<std::string>{"a", "b"}));
+
+    std::vector<unsigned short> vlans;
+    EXPECT_THROW_EXACT(parse(json("[1,-1,2]"), vlans), std::runtime_error, "Unexpected type");
+    EXPECT_EQ(vlans, (std::vector<unsigned short>{1}));
+
+    std::vector<unsigned int> oid;
+    EXPECT_THROW_EXACT(parse(json(R"([1,"2"])"), oid), std::runtime_error, "Unexpected type");
+    EXPECT_EQ(oid, (std::vector<unsigned int>{1}));
+}
+
+TEST(ListRead, NonArraysAreRefused) {
+    for (const char* text : {"null", "\"a\"", "{}", "1"}) {
+        expect_unexpected_type<std::vector<std::string>>(text, {"x"});
+        expect_unexpected_type<std::vector<unsigned short>>(text, {1});
+        expect_unexpected_type<std::vector<unsigned int>>(text, {1});
+    }
+}
+
+// ---- MAC addresses -----------------------------------------------------------------------
+
+TEST(Mac, WritesSixUpperCaseHexPairs) {
+    EXPECT_EQ(zolt::to_json(mac(0x00, 0x1F, 0xA2, 0x0B, 0x3C, 0xD4)),
+              Json::Value("00:1F:A2:0B:3C:D4"));
+    EXPECT_EQ(zolt::to_json(mac(0, 0, 0, 0, 0, 0)), Json::Value("00:00:00:00:00:00"));
+    EXPECT_EQ(zolt::to_json(mac(255, 255, 255, 255, 255, 255)),
+              Json::Value("FF:FF:FF:FF:FF:FF"));
+}
+
+TEST(Mac, ReadsTheTextFormsOfTheSystemParser) {
+    struct Case {
+        const char* text;
+        zolt_mac_t expected;
+    };
+    for (const Case& c : {Case{"00:1F:A2:0B:3C:D4", mac(0x00, 0x1F, 0xA2, 0x0B, 0x3C, 0xD4)},
+                          Case{"00:1f:a2:0b:3c:d4", mac(0x00, 0x1F, 0xA2, 0x0B, 0x3C, 0xD4)},
+                          Case{"0:1F:A2:B:3C:4", mac(0x00, 0x1F, 0xA2, 0x0B, 0x3C, 0x04)},
+                          Case{"a:b:c:d:e:f", mac(10, 11, 12, 13, 14, 15)},
+                          Case{"00:1F:A2:0B:3C:D4 trailing", mac(0, 0x1F, 0xA2, 0x0B, 0x3C, 0xD4)}}) {
+        zolt_mac_t target = mac(9, 9, 9, 9, 9, 9);
+        parse(Json::Value(c.text), target);
+        EXPECT_EQ(bytes_of(target), bytes_of(c.expected)) << c.text;
+    }
+}
+
+TEST(Mac, OtherFormsAreInvalidAndLeaveTheTargetAlone) {
+    for (const char* text : {"00-1F-A2-0B-3C-D4", "00 1F A2 0B 3C D4", "00:1F:A2:0B:3C",
+                             "001FA20B3CD4", "", "00:1F:A2:0B:3C:G4", "000:1F:A2:0B:3C:D4",
+                             " 00:1F:A2:0B:3C:D4", "00::1F:A2:0B:3C"}) {
+        zolt_mac_t target = mac(1, 2, 3, 4, 5, 6);
+        EXPECT_THROW_EXACT(parse(Json::Value(text), target), std::runtime_error,
+                           "Mac address is invalid")
+            << text;
+        EXPECT_EQ(bytes_of(target), bytes_of(mac(1, 2, 3, 4, 5, 6))) << text;
+    }
+}
+
+TEST(Mac, AcceptsExactlyWhatTheSystemParserAccepts) {
+    // Texts built from group and separator forms around the edges of the grammar, compared
+    // with the C library's own ether_aton on a single thread.
+    // Valid forms come more often, so that a fair share of whole texts is valid.
+    const char* groups[] = {"0",  "a",  "F", "00",  "aF", "C7", "0",  "a",  "F", "00", "aF",
+                            "C7", "0",  "a", "F",   "00", "aF", "C7", "0g", "g", "",   "000",
+                            " 1"};
+    const char* separators[] = {":", ":", ":", ":", ":", ":", "-", " ", "", "::"};
+    const char* endings[] = {"", "", " ", "\t", ":", "x", ":55", "0"};
+    unsigned state = 12345;
+    const auto next = [&state](unsigned n) {
+        state = state * 1103515245u + 12345u;
+        return (state >> 16) % n;
+    };
+    int accepted = 0;
+    for (int i = 0; i < 20000; ++i) {
+        std::string text;
+        for (int group = 0; group < 6; ++group) {
+            if (group > 0) text += separators[next(sizeof separators / sizeof *separators)];
+            text += groups[next(sizeof groups / sizeof *groups)];
+        }
+        text += endings[next(sizeof endings / sizeof *endings)];
+
+        const ether_addr* expected = ether_aton(text.c_str());
+        zolt_mac_t target{};
+        if (expected == nullptr) {
+            EXPECT_THROW(parse(Json::Value(text), target), std::runtime_error) << text;
+            continue;
+        }
+        ++accepted;
+        const std::vector<unsigned char> want(expected->ether_addr_octet,
+                                              expected->ether_addr_octet + 6);
+        EXPECT_NO_THROW(parse(Json::Value(text), target)) << text;
+        EXPECT_EQ(bytes_of(target), want) << text;
+    }
+    EXPECT_GT(accepted, 100) << "the sample should hold valid texts too";
+}
+
+TEST(Mac, DecodingFromSeveralThreadsAtOnceGivesEachItsOwnAddress) {
+    constexpr int kThreads = 4;
+    std::atomic<int> mismatches{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([t, &mismatches] {
+            const zolt_mac_t own = mac(t, t, t, t, t, static_cast<unsigned char>(0xA0 + t));
+            const Json::Value text = zolt::to_json(own);
+            for (int i = 0; i < 20000; ++i) {
+                zolt_mac_t target{};
+                parse(text, target);
+                if (std::memcmp(target.addr, own.addr, 6) != 0) ++mismatches;
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(mismatches.load(), 0);
+}
+
+TEST(Mac, OrdersByteByByteAsUnsignedValues) {
+    EXPECT_TRUE(mac(0, 0, 0, 0, 0, 1) < mac(0, 0, 0, 0, 0, 2));
+    EXPECT_TRUE(mac(0x7F, 9, 9, 9, 9, 9) < mac(0x80, 0, 0, 0, 0, 0));
+    EXPECT_FALSE(mac(0x80, 0, 0, 0, 0, 0) < mac(0x7F, 9, 9, 9, 9, 9));
+    EXPECT_TRUE(mac(1, 2, 3, 4, 5, 0xFE) < mac(1, 2, 3, 4, 5, 0xFF));
+    EXPECT_FALSE(mac(1, 2, 3, 4, 5, 6) < mac(1, 2, 3, 4, 5, 6));
+}
+
+// ---- Byte lists --------------------------------------------------------------------------
+
+TEST(ByteList, WritesLowerCaseHexTwoDigitsAByte) {
+    EXPECT_EQ(zolt::to_json(std::vector<unsigned char>{0x0A, 0xFF}), Json::Value("0aff"));
+    EXPECT_EQ(zolt::to_json(std::vector<unsigned char>{0, 1, 0x80}), Json::Value("000180"));
+    EXPECT_EQ(zolt::to_json(std::vector<unsigned char>{}), Json::Value(""));
+}
+
+TEST(ByteList, ReadsEitherCaseAndAppends) {
+    std::vector<unsigned char> target = {0x01};
+    parse(Json::Value("0AFF"), target);
+    parse(Json::Value("0aff"), target);
+    EXPECT_EQ(target, (std::vector<unsigned char>{0x01, 0x0A, 0xFF, 0x0A, 0xFF}));
+    parse(Json::Value(""), target);
+    EXPECT_EQ(target.size(), 5u);
+}
+
+TEST(ByteList, PiecesAreConvertedTheWayStrtolTakesThem) {
+    struct Case {
+        const char* text;
+        unsigned char expected;
+    };
+    for (const Case& c : {Case{"1g", 0x01}, Case{" 7", 0x07}, Case{"-1", 0xFF},
+                          Case{"0x", 0x00}, Case{"+f", 0x0F}, Case{"f ", 0x0F}}) {
+        std::vector<unsigned char> target;
+        parse(Json::Value(c.text), target);
+        EXPECT_EQ(target, std::vector<unsigned char>{c.expected}) << c.text;
+    }
+}
+
+TEST(ByteList, FailuresAndWhatTheyLeaveBehind) {
+    std::vector<unsigned char> target = {0x01};
+    EXPECT_THROW_EXACT(parse(Json::Value("abc"), target), std::runtime_error,
+                       "Unexpected HEX string");
+    EXPECT_EQ(target, std::vector<unsigned char>{0x01});
+
+    EXPECT_THROW_EXACT(parse(Json::Value("zz"), target), std::invalid_argument, "stoi");
+    EXPECT_THROW_EXACT(parse(Json::Value("  "), target), std::invalid_argument, "stoi");
+    EXPECT_EQ(target, std::vector<unsigned char>{0x01});
+
+    // Pieces before the bad one stay appended.
+    EXPECT_THROW_EXACT(parse(Json::Value("0203zz04"), target), std::invalid_argument, "stoi");
+    EXPECT_EQ(target, (std::vector<unsigned char>{0x01, 0x02, 0x03}));
+}
+
+// ---- The time stamp ----------------------------------------------------------------------
+
+class TimeStamp : public ::testing::Test {
+protected:
+    void SetUp() override {
+        const char* old = std::getenv("TZ");
+        had_tz_ = old != nullptr;
+        if (had_tz_) old_tz_ = old;
+    }
+    void TearDown() override {
+        if (had_tz_) {
+            setenv("TZ", old_tz_.c_str(), 1);
+        } else {
+            unsetenv("TZ");
+        }
+        tzset();
+    }
+    static void zone(const char* tz) {
+        setenv("TZ", tz, 1);
+        tzset();
+    }
+    static time_t read(const char* text) {
+        time_t value = 0;
+        zolt::parse_timestamp(Json::Value(text), value);
+        return value;
+    }
+
+private:
+    bool had_tz_ = false;
+    std::string old_tz_;
+};
+
+TEST_F(TimeStamp, ReadsLocalTimeOfTheProcess) {
+    zone("UTC0");
+    EXPECT_EQ(read("2020-01-02 03:04:05"), 1577934245);
+    zone("EST5");
+    EXPECT_EQ(read("2020-01-02 03:04:05"), 1577934245 + 5 * 3600);
+}
+
+TEST_F(TimeStamp, DaylightSavingIsWorkedOutFromTheDate) {
+    // Central European time: UTC+1 in winter, UTC+2 in summer (POSIX rule, no zone files).
+    zone("CET-1CEST,M3.5.0,M10.5.0/3");
+    EXPECT_EQ(read("2020-01-02 03:04:05"), 1577934245 - 3600);
+    EXPECT_EQ(read("2020-07-01 12:00:00"), 1593604800 - 2 * 3600);
+    // Read a summer time and a winter time in turn: nothing from one read leaks into the next.
+    EXPECT_EQ(read("2020-01-02 03:04:05"), 1577934245 - 3600);
+}
+
+TEST_F(TimeStamp, OnlyTextIsAccepted) {
+    time_t value = 77;
+    EXPECT_THROW_EXACT(zolt::parse_timestamp(Json::Value(1577934245), value), std::runtime_error,
+                       "Unexpected type");
+    EXPECT_THROW_EXACT(zolt::parse_timestamp(Json::Value(), value), std::runtime_error,
+                       "Unexpected type");
+    EXPECT_EQ(value, 77);
+    EXPECT_NO_THROW(zolt::parse_timestamp(Json::Value("not a date"), value));
+}
+
+TEST_F(TimeStamp, WritesTheSecondsAsASignedNumber) {
+    EXPECT_EQ(zolt::timestamp_to_json(1577934245), Json::Value(Json::Int64(1577934245)));
+    EXPECT_EQ(zolt::timestamp_to_json(-1).type(), Json::intValue);
+    EXPECT_EQ(zolt::timestamp_to_json(-1).asInt64(), -1);
+}
+
+// ---- The shared records ------------------------------------------------------------------
+
+TEST(Ipv4Route, WritesItsThreeMembers) {
+    const zolt_ipv4_uc_t route = {"10.0.0.0", 8, "10.0.0.1"};
+    EXPECT_EQ(serialize(route),
+              json(R"({"networkAddress":"10.0.0.0","networkPrefixSize":8,"nextHop":"10.0.0.1"})"));
+    EXPECT_EQ(serialize(route)["networkPrefixSize"].type(), Json::intValue);
+}
+
+TEST(Ipv4Route, ReadsByKeyIgnoringUnknownMembers) {
+    zolt_ipv4_uc_t route = {"x", 0, "y"};
+    parse(json(R"({"nextHop":"1.1.1.1","extra":[],"networkPrefixSize":24,
+                   "networkAddress":"192.168.0.0"})"),
+          route);
+    EXPECT_EQ(route.networkAddress, "192.168.0.0");
+    EXPECT_EQ(route.networkPrefixSize, 24);
+    EXPECT_EQ(route.nextHop, "1.1.1.1");
+}
+
+TEST(Ipv4Route, AMissingMemberFailsAfterTheEarlierOnesAreWritten) {
+    zolt_ipv4_uc_t route = {"x", 0, "y"};
+    EXPECT_THROW_EXACT(parse(json(R"({"networkAddress":"10.0.0.0","networkPrefixSize":8})"), route),
+                       std::runtime_error, "Unexpected type");
+    EXPECT_EQ(route.networkAddress, "10.0.0.0");
+    EXPECT_EQ(route.networkPrefixSize, 8);
+    EXPECT_EQ(route.nextHop, "y");
+
+    EXPECT_THROW_EXACT(parse(json("null"), route), std::runtime_error, "Unexpected type");
+    EXPECT_THROW_EXACT(parse(json("[1]"), route), std::logic_error,
+                       "in Json::Value::find(key, end, found): requires objectValue or nullValue");
+}
+
+TEST(Ipv4Route, OrdersByAddressThenPrefixThenNextHop) {
+    const zolt_ipv4_uc_t a = {"10.0.0.0", 8, "10.0.0.9"};
+    const zolt_ipv4_uc_t b = {"10.0.0.0", 16, "10.0.0.1"};
+    const zolt_ipv4_uc_t c = {"9.0.0.0", 32, "10.0.0.1"};
+    EXPECT_TRUE(a < b);
+    EXPECT_FALSE(b < a);
+    EXPECT_TRUE(a < c) << "text order: '1' before '9'";
+    EXPECT_TRUE((zolt_ipv4_uc_t{"10.0.0.0", 8, "10.0.0.1"} < a));
+    EXPECT_FALSE(a < a);
+}
+
+TEST(InterfaceIndex, WritesReadsAndOrders) {
+    const NAS_ifindex_index port = {"Gi 1/1"};
+    EXPECT_EQ(serialize(port), json(R"({"InterfaceNo":"Gi 1/1"})"));
+    NAS_ifindex_index read = {"old"};
+    parse(json(R"({"InterfaceNo":"Gi 1/2","x":1})"), read);
+    EXPECT_EQ(read.InterfaceNo, "Gi 1/2");
+    EXPECT_THROW_EXACT(parse(json("{}"), read), std::runtime_error, "Unexpected type");
+    EXPECT_EQ(read.InterfaceNo, "Gi 1/2");
+    EXPECT_TRUE(port < read);
+    EXPECT_FALSE(read < port);
+    EXPECT_FALSE(port < port);
+    EXPECT_TRUE((NAS_ifindex_index{"Gi"} < NAS_ifindex_index{"Gi 1/1"}));
+    EXPECT_TRUE((NAS_ifindex_index{"Z"} < NAS_ifindex_index{"\xC3"})) << "bytes are unsigned";
+}

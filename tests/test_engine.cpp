@@ -1,0 +1,425 @@
+// The call engine against a real server: the exact request text for every kind of argument,
+// the status window, and the checks on an answer in their order.
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "client/engine.h"
+#include "client/zoltclient.h"
+#include "support/expect.h"
+#include "support/test_server.h"
+
+using zolt_test::ClientTest;
+
+namespace {
+
+// Records and enumerations of the kind the generator writes, with their serializers found by
+// argument-dependent lookup just like the generated ones.
+// A fixed underlying type, as generated, makes values without a name well-defined.
+enum test_vlan_mode_t : int { test_vlan_mode_access = 0, test_vlan_mode_trunk = 1 };
+
+Json::Value serialize(test_vlan_mode_t value) {
+    switch (value) {
+        case test_vlan_mode_access: return Json::Value("access");
+        case test_vlan_mode_trunk: return Json::Value("trunk");
+    }
+    throw std::runtime_error("out-of-range-enum");
+}
+
+struct test_aggr_mode_t {
+    bool SmacAddr;
+    bool DmacAddr;
+    bool SourceAndDestinationIpAddr;
+    bool TcpOrUdpSportAndDportNo;
+};
+
+Json::Value serialize(const test_aggr_mode_t& value) {
+    Json::Value object(Json::objectValue);
+    object["SmacAddr"] = zolt::to_json(value.SmacAddr);
+    object["DmacAddr"] = zolt::to_json(value.DmacAddr);
+    object["SourceAndDestinationIpAddr"] = zolt::to_json(value.SourceAndDestinationIpAddr);
+    object["TcpOrUdpSportAndDportNo"] = zolt::to_json(value.TcpOrUdpSportAndDportNo);
+    return object;
+}
+
+struct test_vlan_port_conf_t {
+    test_vlan_mode_t Mode;
+    unsigned short AccessVlan;
+    unsigned short TrunkNativeVlan;
+    bool TrunkTagNativeVlan;
+    std::vector<unsigned short> TrunkVlans;
+    std::string HybridPortType;
+    bool HybridIngressFiltering;
+    std::string HybridIngressAcceptance;
+    std::string HybridEgressTagging;
+    unsigned short HybridNativeVlan;
+    std::vector<unsigned short> HybridVlans;
+    std::vector<unsigned short> ForbiddenVlans;
+};
+
+Json::Value serialize(const test_vlan_port_conf_t& value) {
+    Json::Value object(Json::objectValue);
+    object["Mode"] = zolt::to_json(value.Mode);
+    object["AccessVlan"] = zolt::to_json(value.AccessVlan);
+    object["TrunkNativeVlan"] = zolt::to_json(value.TrunkNativeVlan);
+    object["TrunkTagNativeVlan"] = zolt::to_json(value.TrunkTagNativeVlan);
+    object["TrunkVlans"] = zolt::to_json(value.TrunkVlans);
+    object["HybridPortType"] = zolt::to_json(value.HybridPortType);
+    object["HybridIngressFiltering"] = zolt::to_json(value.HybridIngressFiltering);
+    object["HybridIngressAcceptance"] = zolt::to_json(value.HybridIngressAcceptance);
+    object["HybridEgressTagging"] = zolt::to_json(value.HybridEgressTagging);
+    object["HybridNativeVlan"] = zolt::to_json(value.HybridNativeVlan);
+    object["HybridVlans"] = zolt::to_json(value.HybridVlans);
+    object["ForbiddenVlans"] = zolt::to_json(value.ForbiddenVlans);
+    return object;
+}
+
+struct test_stack_addr_conf_t {
+    std::vector<std::string> PortList;
+};
+
+Json::Value serialize(const test_stack_addr_conf_t& value) {
+    Json::Value object(Json::objectValue);
+    object["PortList"] = zolt::to_json(value.PortList);
+    return object;
+}
+
+const zolt_mac_t kMac = {{0x00, 0x1F, 0xA2, 0x0B, 0x3C, 0xD4}};
+
+// The request text for a method whose "params" print as `params`.
+std::string request_text(const std::string& method, const std::string& params) {
+    return "{\n   \"id\" : \"jsonrpc\",\n   \"method\" : \"" + method +
+           "\",\n   \"params\" : " + params + "\n}\n";
+}
+
+class Engine : public ClientTest {
+protected:
+    zoltclient* client() { return static_cast<zoltclient*>(handle()); }
+
+    // Calls the engine and returns the exact body that reached the server.
+    template <class... Args>
+    std::string posted(const std::string& method, const Args&... args) {
+        zolt_json_rpc_call(client(), method, args...);
+        return server.last().body;
+    }
+};
+
+}  // namespace
+
+// ---- Request text ------------------------------------------------------------------------
+
+TEST_F(Engine, NoArgumentsSendAnEmptyParamsArray) {
+    EXPECT_EQ(posted("port.config.get"), request_text("port.config.get", "[]"));
+}
+
+TEST_F(Engine, EachScalarKindAsTheOnlyArgument) {
+    EXPECT_EQ(posted("m", std::string("Gi 1/1")), request_text("m", R"([ "Gi 1/1" ])"));
+    EXPECT_EQ(posted("m", "Gi 1/1"), request_text("m", R"([ "Gi 1/1" ])"))
+        << "a string literal must not turn into a boolean";
+    EXPECT_EQ(posted("m", true), request_text("m", "[ true ]"));
+    EXPECT_EQ(posted("m", false), request_text("m", "[ false ]"));
+    EXPECT_EQ(posted("m", -2147483647 - 1), request_text("m", "[ -2147483648 ]"));
+    EXPECT_EQ(posted("m", static_cast<unsigned short>(65535)), request_text("m", "[ 65535 ]"));
+    EXPECT_EQ(posted("m", static_cast<unsigned char>(255)), request_text("m", "[ 255 ]"));
+    EXPECT_EQ(posted("m", 4294967295u), request_text("m", "[ 4294967295 ]"));
+    EXPECT_EQ(posted("m", kMac), request_text("m", R"([ "00:1F:A2:0B:3C:D4" ])"));
+    EXPECT_EQ(posted("m", test_vlan_mode_trunk), request_text("m", R"([ "trunk" ])"));
+}
+
+TEST_F(Engine, SeveralArgumentsKeepTheirPositions) {
+    EXPECT_EQ(posted("mvr.status.igmp.group.src-list.get", std::string("Gi 1/1"),
+                     static_cast<unsigned short>(10), kMac, true),
+              request_text("mvr.status.igmp.group.src-list.get",
+                           R"([ "Gi 1/1", 10, "00:1F:A2:0B:3C:D4", true ])"));
+    EXPECT_EQ(posted("m", 7, 8u, static_cast<unsigned char>(9)), request_text("m", "[ 7, 8, 9 ]"));
+}
+
+TEST_F(Engine, RecordKeysGoAsObjectsInTheirPosition) {
+    const zolt_ipv4_uc_t route = {"10.0.0.0", 8, "10.0.0.1"};
+    const NAS_ifindex_index port = {"Gi 1/3"};
+    EXPECT_EQ(posted("ip.config.route.ipv4.get", route, port),
+              request_text("ip.config.route.ipv4.get", R"([
+      {
+         "networkAddress" : "10.0.0.0",
+         "networkPrefixSize" : 8,
+         "nextHop" : "10.0.0.1"
+      },
+      {
+         "InterfaceNo" : "Gi 1/3"
+      }
+   ])"));
+}
+
+TEST_F(Engine, LongOrNonAsciiTextIsWrittenTheStyledWay) {
+    // One element per line once the one-line form would reach 74 characters.
+    const std::string port = "GigabitEthernet 1/1";
+    EXPECT_EQ(posted("m", port, port, port, port), request_text("m", R"([
+      "GigabitEthernet 1/1",
+      "GigabitEthernet 1/1",
+      "GigabitEthernet 1/1",
+      "GigabitEthernet 1/1"
+   ])"));
+    // Quotes and control characters are escaped, and so is everything outside ASCII.
+    EXPECT_EQ(posted("m", std::string("a\"b\\c\td\xC3\xBC")),
+              request_text("m", R"([ "a\"b\\c\td\u00fc" ])"));
+}
+
+TEST_F(Engine, WorkedExampleAggregationModeSet) {
+    const test_aggr_mode_t mode = {true, false, true, true};
+    EXPECT_EQ(posted("aggregation.config.mode.set", mode), R"({
+   "id" : "jsonrpc",
+   "method" : "aggregation.config.mode.set",
+   "params" : [
+      {
+         "DmacAddr" : false,
+         "SmacAddr" : true,
+         "SourceAndDestinationIpAddr" : true,
+         "TcpOrUdpSportAndDportNo" : true
+      }
+   ]
+}
+)");
+}
+
+TEST_F(Engine, WorkedExamplePortConfigGet) {
+    EXPECT_EQ(posted("port.config.get", std::string("Gi 1/1")), R"({
+   "id" : "jsonrpc",
+   "method" : "port.config.get",
+   "params" : [ "Gi 1/1" ]
+}
+)");
+    EXPECT_EQ(posted("port.config.get"), R"({
+   "id" : "jsonrpc",
+   "method" : "port.config.get",
+   "params" : []
+}
+)");
+}
+
+TEST_F(Engine, WorkedExampleVlanInterfaceSet) {
+    test_vlan_port_conf_t conf;
+    conf.Mode = test_vlan_mode_trunk;
+    conf.AccessVlan = 1;
+    conf.TrunkNativeVlan = 1;
+    conf.TrunkTagNativeVlan = false;
+    conf.TrunkVlans = {1, 10, 20};
+    conf.HybridPortType = "c";
+    conf.HybridIngressFiltering = true;
+    conf.HybridIngressAcceptance = "all";
+    conf.HybridEgressTagging = "untagThis";
+    conf.HybridNativeVlan = 1;
+    conf.HybridVlans = {1};
+    EXPECT_EQ(posted("vlan.config.interface.set", std::string("Gi 1/1"), conf), R"({
+   "id" : "jsonrpc",
+   "method" : "vlan.config.interface.set",
+   "params" : [
+      "Gi 1/1",
+      {
+         "AccessVlan" : 1,
+         "ForbiddenVlans" : [],
+         "HybridEgressTagging" : "untagThis",
+         "HybridIngressAcceptance" : "all",
+         "HybridIngressFiltering" : true,
+         "HybridNativeVlan" : 1,
+         "HybridPortType" : "c",
+         "HybridVlans" : [ 1 ],
+         "Mode" : "trunk",
+         "TrunkNativeVlan" : 1,
+         "TrunkTagNativeVlan" : false,
+         "TrunkVlans" : [ 1, 10, 20 ]
+      }
+   ]
+}
+)");
+}
+
+TEST_F(Engine, WorkedExampleMacStaticAdd) {
+    const test_stack_addr_conf_t conf = {{"Gi 1/1", "Gi 1/2"}};
+    EXPECT_EQ(posted("mac.config.fdb.static.add", static_cast<unsigned short>(1), kMac, conf),
+              R"({
+   "id" : "jsonrpc",
+   "method" : "mac.config.fdb.static.add",
+   "params" : [
+      1,
+      "00:1F:A2:0B:3C:D4",
+      {
+         "PortList" : [ "Gi 1/1", "Gi 1/2" ]
+      }
+   ]
+}
+)");
+}
+
+TEST_F(Engine, AnArgumentThatCannotBeEncodedStopsTheCallBeforeThePost) {
+    EXPECT_THROW_EXACT(
+        zolt_json_rpc_call(client(), "m", std::string("Gi 1/1"), static_cast<test_vlan_mode_t>(7)),
+        std::runtime_error, "out-of-range-enum");
+    EXPECT_EQ(server.count(), 0u);
+}
+
+TEST_F(Engine, StyledIsTheWireForm) {
+    Json::Value request(Json::objectValue);
+    request["method"] = "port.config.get";
+    request["id"] = "jsonrpc";
+    request["params"] = Json::Value(Json::arrayValue);
+    request["params"].append("Gi 1/1");
+    EXPECT_EQ(zolt::styled(request), request_text("port.config.get", R"([ "Gi 1/1" ])"));
+}
+
+// ---- Status window -----------------------------------------------------------------------
+
+TEST_F(Engine, StatusesInsideTheWindowAreReadAsAnswers) {
+    for (int status : {200, 201, 299, 500, 503, 599}) {
+        server.respond(status, R"({"id":"jsonrpc","error":null,"result":)" +
+                                   std::to_string(status) + "}");
+        const Json::Value answer = zolt_json_rpc_call(client(), "m");
+        EXPECT_EQ(answer["result"].asInt(), status);
+    }
+}
+
+TEST_F(Engine, StatusesOutsideTheWindowAreNetworkErrorsWhateverTheBody) {
+    for (int status : {300, 302, 404, 499, 600}) {
+        server.respond(status, R"({"id":"jsonrpc","error":null,"result":null})");
+        EXPECT_THROW_EXACT(zolt_json_rpc_call(client(), "m"), std::runtime_error,
+                           "Network error, return code: " + std::to_string(status));
+    }
+}
+
+TEST_F(Engine, AFinal199NeverReachesTheWindow) {
+    // libcurl takes any 1xx for an interim answer and the body after it for a broken next
+    // status line, so the transfer fails before the status could be judged.
+    server.respond(199, R"({"id":"jsonrpc","error":null,"result":null})");
+    EXPECT_THROW_EXACT(zolt_json_rpc_call(client(), "m"), std::runtime_error, "Post error");
+}
+
+TEST_F(Engine, ServerStatusWithAJsonRpcErrorReturnsNormally) {
+    server.respond(500, R"({"error":{"code":5},"result":null})");
+    const Json::Value answer = zolt_json_rpc_call(client(), "m");
+    EXPECT_EQ(answer["error"]["code"].asInt(), 5);
+}
+
+TEST_F(Engine, ServerStatusWithHtmlFailsToParse) {
+    server.respond(500, "<html><body>Internal Server Error</body></html>", "text/html");
+    EXPECT_THROW_EXACT(zolt_json_rpc_call(client(), "m"), std::runtime_error,
+                       "Failed to parse!");
+}
+
+// ---- Checks on the answer, in their order --------------------------------------------------
+
+TEST_F(Engine, AnswerMustBeAnObjectWithErrorThenResult) {
+    struct Case {
+        const char* body;
+        const char* text;
+    };
+    for (const Case& c : {Case{"", "Failed to parse!"},  // no body bytes at all
+                          Case{"{", "Failed to parse!"},
+                          Case{"[1]", "Not a object"},
+                          Case{"null", "Not a object"},
+                          Case{"\"text\"", "Not a object"},
+                          Case{"{}", "No error member"},
+                          Case{R"({"result":1})", "No error member"},
+                          Case{R"({"error":null})", "No result member"},
+                          Case{R"({"error":1,"id":2})", "No result member"}}) {
+        server.respond(200, c.body);
+        EXPECT_THROW_EXACT(zolt_json_rpc_call(client(), "m"), std::runtime_error, c.text)
+            << "body: " << c.body;
+    }
+}
+
+TEST_F(Engine, TheWholeAnswerComesBackWhateverItsId) {
+    server.respond(200, R"({"id":42,"jsonrpc":"2.0","error":"bad","result":[1,2],"x":true})");
+    const Json::Value answer = zolt_json_rpc_call(client(), "m");
+    EXPECT_EQ(answer["error"], Json::Value("bad"));
+    EXPECT_EQ(answer["result"][1].asInt(), 2);
+    EXPECT_EQ(answer["id"].asInt(), 42);
+    EXPECT_TRUE(answer["x"].asBool());
+}
+
+TEST_F(Engine, CommentsInTheAnswerAreAllowedAndDropped) {
+    server.respond(200, "// leading comment\n{\"error\" : null, /* inner */ \"result\" : 3}\n");
+    const Json::Value answer = zolt_json_rpc_call(client(), "m");
+    EXPECT_EQ(answer["result"].asInt(), 3);
+    EXPECT_FALSE(answer.hasComment(Json::commentBefore));
+}
+
+TEST_F(Engine, TextAfterANulByteIsNotPartOfTheAnswer) {
+    static const char body[] = "{\"error\":null,\"result\":1}\0 trailing garbage";
+    server.respond(200, std::string(body, sizeof body - 1));
+    EXPECT_EQ(zolt_json_rpc_call(client(), "m")["result"].asInt(), 1);
+}
+
+// ---- Transport failures ------------------------------------------------------------------
+
+TEST(EngineTransport, RefusedConnectionIsAPostError) {
+    const rest_conn_t conn = zolt_test::make_conn(
+        "http://127.0.0.1:" + std::to_string(zolt_test::closed_port()) + "/json_rpc");
+    void* handle = zoltclient_init(&conn);
+    ASSERT_NE(handle, nullptr);
+    EXPECT_THROW_EXACT(zolt_json_rpc_call(static_cast<zoltclient*>(handle), "m"),
+                       std::runtime_error, "Post error");
+    zoltclient_deinit(handle);
+}
+
+TEST(EngineTransport, TimeOutIsAPostErrorAndTheHandleStaysUsable) {
+    zolt_test::TestServer server;
+    server.handle([](const httplib::Request& request, httplib::Response& response) {
+        if (request.body.find("slow") != std::string::npos) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+        }
+        response.set_content(R"({"error":null,"result":"done"})", "application/json");
+    });
+    const rest_conn_t conn = zolt_test::make_conn(server.url(), 1);
+    void* handle = zoltclient_init(&conn);
+    ASSERT_NE(handle, nullptr);
+    auto* client = static_cast<zoltclient*>(handle);
+
+    EXPECT_THROW_EXACT(zolt_json_rpc_call(client, "slow"), std::runtime_error, "Post error");
+    EXPECT_EQ(zolt_json_rpc_call(client, "fast")["result"].asString(), "done");
+    zoltclient_deinit(handle);
+}
+
+TEST_F(Engine, AnswerCutShortIsAPostError) {
+    server.handle([](const httplib::Request&, httplib::Response& response) {
+        response.set_content_provider(
+            200, "application/json", [](size_t offset, size_t, httplib::DataSink& sink) {
+                if (offset == 0) sink.write(R"({"error":null,)", 14);
+                return offset == 0;
+            });
+    });
+    EXPECT_THROW_EXACT(zolt_json_rpc_call(client(), "m"), std::runtime_error, "Post error");
+}
+
+TEST_F(Engine, FailuresPrintNothing) {
+    server.respond(404, "not here");
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    EXPECT_THROW(zolt_json_rpc_call(client(), "m"), std::runtime_error);
+    server.respond(200, "<html>");
+    EXPECT_THROW(zolt_json_rpc_call(client(), "m"), std::runtime_error);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+// ---- The handle --------------------------------------------------------------------------
+
+TEST(Handle, OpensAndClosesAndIgnoresNull) {
+    EXPECT_EQ(zoltclient_init(nullptr), nullptr);
+    zoltclient_deinit(nullptr);
+
+    zolt_test::TestServer server;
+    const rest_conn_t conn = zolt_test::make_conn(server.url());
+    void* handle = zoltclient_init(&conn);
+    ASSERT_NE(handle, nullptr);
+    ASSERT_NE(static_cast<zoltclient*>(handle)->rest, nullptr);
+    zoltclient_deinit(handle);
+}
+
+TEST(Handle, NullClientIsAPostError) {
+    EXPECT_THROW_EXACT(zolt_json_rpc_call(static_cast<zoltclient*>(nullptr), "m"),
+                       std::runtime_error, "Post error");
+}
