@@ -1,0 +1,9 @@
+#!/usr/bin/env bash
+# Configures and builds one tree with Ninja: build.sh DIR [cmake options...]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+dir=$1
+shift
+cmake -S . -B "$dir" -G Ninja "$@" >/dev/null
+cmake --build "$dir" -j2
