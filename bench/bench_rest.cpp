@@ -25,7 +25,8 @@ public:
             response.set_content_provider(
                 size, "text/plain",
                 [this](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
-                    return sink.write(payload_.data() + offset, std::min<std::size_t>(length, 1 << 20));
+                    return sink.write(payload_.data() + offset,
+                                      std::min<std::size_t>(length, 1 << 20));
                 });
         });
         port_ = server_.bind_to_any_port("127.0.0.1");
@@ -56,7 +57,8 @@ void BM_RestPostLargeAnswer(benchmark::State& state) {
 
     const std::string request = std::to_string(state.range(0));
     for (auto _ : state) {
-        rest_response_t* response = rest_post(handle, request.data(), static_cast<long>(request.size()));
+        rest_response_t* response =
+            rest_post(handle, request.data(), static_cast<long>(request.size()));
         if (response == nullptr || response->body == nullptr) {
             state.SkipWithError("post failed");
             break;
@@ -67,11 +69,7 @@ void BM_RestPostLargeAnswer(benchmark::State& state) {
     state.SetBytesProcessed(state.iterations() * (state.range(0) << 20));
     rest_deinit(handle);
 }
-BENCHMARK(BM_RestPostLargeAnswer)
-    ->Arg(1)
-    ->Arg(50)
-    ->Unit(benchmark::kMillisecond)
-    ->UseRealTime();
+BENCHMARK(BM_RestPostLargeAnswer)->Arg(1)->Arg(50)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 // The append alone: 50 MB in chunks of CURL_MAX_WRITE_SIZE, as libcurl delivers a body.
 void BM_AppendChunks(benchmark::State& state) {

@@ -21,8 +21,8 @@ std::string styled(const Json::Value& request) {
 
 Json::Value exchange(zoltclient* client, const Json::Value& request) {
     const std::string text = styled(request);
-    rest_response_t* response = rest_post(client != nullptr ? client->rest : nullptr,
-                                          text.data(), static_cast<long>(text.size()));
+    rest_response_t* response = rest_post(client != nullptr ? client->rest : nullptr, text.data(),
+                                          static_cast<long>(text.size()));
     if (response == nullptr) throw std::runtime_error("Post error");
 
     // A server status can still carry a JSON-RPC answer, so the 500s are read like successes.

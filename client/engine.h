@@ -41,15 +41,14 @@ inline Json::Value zolt_json_rpc_call_(zoltclient* client, const std::string& /*
 // Appends the first argument to "params" and recurses. An argument that cannot be encoded (an
 // enumeration out of range) throws here, before anything is posted.
 template <class A, class... Rest>
-Json::Value zolt_json_rpc_call_(zoltclient* client, const std::string& method,
-                                Json::Value& request, const A& first, const Rest&... rest) {
+Json::Value zolt_json_rpc_call_(zoltclient* client, const std::string& method, Json::Value& request,
+                                const A& first, const Rest&... rest) {
     request["params"].append(zolt::to_json(first));
     return zolt_json_rpc_call_(client, method, request, rest...);
 }
 
 template <class... Args>
-Json::Value zolt_json_rpc_call(zoltclient* client, const std::string& method,
-                               const Args&... args) {
+Json::Value zolt_json_rpc_call(zoltclient* client, const std::string& method, const Args&... args) {
     Json::Value request(Json::objectValue);
     request["method"] = Json::Value(method);
     // The constant id stands where a protocol version might be expected; it is never compared

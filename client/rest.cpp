@@ -139,9 +139,8 @@ std::size_t rest_append_chunk(const char* data, std::size_t size, std::size_t co
     // A NUL byte ends what this chunk contributes; the bytes after it are dropped although
     // they are reported as taken.
     const void* nul = n != 0 ? memchr(data, '\0', n) : nullptr;
-    const std::size_t take = nul != nullptr ? static_cast<std::size_t>(
-                                                  static_cast<const char*>(nul) - data)
-                                            : n;
+    const std::size_t take =
+        nul != nullptr ? static_cast<std::size_t>(static_cast<const char*>(nul) - data) : n;
     if (take > SIZE_MAX - 1 - text.length) return 0;
     const std::size_t needed = text.length + take + 1;
 
@@ -171,14 +170,12 @@ std::size_t rest_append_chunk(const char* data, std::size_t size, std::size_t co
     return n;
 }
 
-extern "C" std::size_t rest_write_cb(char* data, std::size_t size, std::size_t count,
-                                     void* user) {
+extern "C" std::size_t rest_write_cb(char* data, std::size_t size, std::size_t count, void* user) {
     if (user == nullptr) return 0;
     return rest_append_chunk(data, size, count, static_cast<rest_response_t*>(user), false);
 }
 
-extern "C" std::size_t rest_header_cb(char* data, std::size_t size, std::size_t count,
-                                      void* user) {
+extern "C" std::size_t rest_header_cb(char* data, std::size_t size, std::size_t count, void* user) {
     if (user == nullptr) return 0;
     return rest_append_chunk(data, size, count, static_cast<rest_response_t*>(user), true);
 }

@@ -77,9 +77,7 @@ auto to_json(const T& v) -> decltype(serialize(v)) {
 
 // The one time stamp field travels in two forms on purpose: written as the number of
 // seconds, read as local-time text "YYYY-MM-DD HH:MM:SS".
-inline Json::Value timestamp_to_json(time_t v) {
-    return Json::Value(static_cast<Json::Int64>(v));
-}
+inline Json::Value timestamp_to_json(time_t v) { return Json::Value(static_cast<Json::Int64>(v)); }
 
 // Text that does not match the format is not refused: the fields strptime could not fill stay
 // cleared and mktime decides. tm_isdst = -1 lets mktime work out daylight saving, so a

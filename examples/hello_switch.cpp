@@ -62,8 +62,7 @@ int run(const rest_conn_t& conn) {
 
 int main(int argc, char** argv) {
     if (argc > 1) {
-        return run(connection(argv[1], argc > 2 ? argv[2] : "admin",
-                              argc > 3 ? argv[3] : "admin"));
+        return run(connection(argv[1], argc > 2 ? argv[2] : "admin", argc > 3 ? argv[3] : "admin"));
     }
 
     httplib::Server server;

@@ -28,8 +28,8 @@ Json::Value json(const std::string& text) {
     return value;
 }
 
-zolt_mac_t mac(unsigned char a, unsigned char b, unsigned char c, unsigned char d,
-               unsigned char e, unsigned char f) {
+zolt_mac_t mac(unsigned char a, unsigned char b, unsigned char c, unsigned char d, unsigned char e,
+               unsigned char f) {
     return zolt_mac_t{{a, b, c, d, e, f}};
 }
 
@@ -224,8 +224,7 @@ TEST(Mac, WritesSixUpperCaseHexPairs) {
     EXPECT_EQ(zolt::to_json(mac(0x00, 0x1F, 0xA2, 0x0B, 0x3C, 0xD4)),
               Json::Value("00:1F:A2:0B:3C:D4"));
     EXPECT_EQ(zolt::to_json(mac(0, 0, 0, 0, 0, 0)), Json::Value("00:00:00:00:00:00"));
-    EXPECT_EQ(zolt::to_json(mac(255, 255, 255, 255, 255, 255)),
-              Json::Value("FF:FF:FF:FF:FF:FF"));
+    EXPECT_EQ(zolt::to_json(mac(255, 255, 255, 255, 255, 255)), Json::Value("FF:FF:FF:FF:FF:FF"));
 }
 
 TEST(Mac, ReadsTheTextFormsOfTheSystemParser) {
@@ -233,11 +232,12 @@ TEST(Mac, ReadsTheTextFormsOfTheSystemParser) {
         const char* text;
         zolt_mac_t expected;
     };
-    for (const Case& c : {Case{"00:1F:A2:0B:3C:D4", mac(0x00, 0x1F, 0xA2, 0x0B, 0x3C, 0xD4)},
-                          Case{"00:1f:a2:0b:3c:d4", mac(0x00, 0x1F, 0xA2, 0x0B, 0x3C, 0xD4)},
-                          Case{"0:1F:A2:B:3C:4", mac(0x00, 0x1F, 0xA2, 0x0B, 0x3C, 0x04)},
-                          Case{"a:b:c:d:e:f", mac(10, 11, 12, 13, 14, 15)},
-                          Case{"00:1F:A2:0B:3C:D4 trailing", mac(0, 0x1F, 0xA2, 0x0B, 0x3C, 0xD4)}}) {
+    for (const Case& c :
+         {Case{"00:1F:A2:0B:3C:D4", mac(0x00, 0x1F, 0xA2, 0x0B, 0x3C, 0xD4)},
+          Case{"00:1f:a2:0b:3c:d4", mac(0x00, 0x1F, 0xA2, 0x0B, 0x3C, 0xD4)},
+          Case{"0:1F:A2:B:3C:4", mac(0x00, 0x1F, 0xA2, 0x0B, 0x3C, 0x04)},
+          Case{"a:b:c:d:e:f", mac(10, 11, 12, 13, 14, 15)},
+          Case{"00:1F:A2:0B:3C:D4 trailing", mac(0, 0x1F, 0xA2, 0x0B, 0x3C, 0xD4)}}) {
         zolt_mac_t target = mac(9, 9, 9, 9, 9, 9);
         parse(Json::Value(c.text), target);
         EXPECT_EQ(bytes_of(target), bytes_of(c.expected)) << c.text;
@@ -245,9 +245,9 @@ TEST(Mac, ReadsTheTextFormsOfTheSystemParser) {
 }
 
 TEST(Mac, OtherFormsAreInvalidAndLeaveTheTargetAlone) {
-    for (const char* text : {"00-1F-A2-0B-3C-D4", "00 1F A2 0B 3C D4", "00:1F:A2:0B:3C",
-                             "001FA20B3CD4", "", "00:1F:A2:0B:3C:G4", "000:1F:A2:0B:3C:D4",
-                             " 00:1F:A2:0B:3C:D4", "00::1F:A2:0B:3C"}) {
+    for (const char* text :
+         {"00-1F-A2-0B-3C-D4", "00 1F A2 0B 3C D4", "00:1F:A2:0B:3C", "001FA20B3CD4", "",
+          "00:1F:A2:0B:3C:G4", "000:1F:A2:0B:3C:D4", " 00:1F:A2:0B:3C:D4", "00::1F:A2:0B:3C"}) {
         zolt_mac_t target = mac(1, 2, 3, 4, 5, 6);
         EXPECT_THROW_EXACT(parse(Json::Value(text), target), std::runtime_error,
                            "Mac address is invalid")
@@ -260,9 +260,8 @@ TEST(Mac, AcceptsExactlyWhatTheSystemParserAccepts) {
     // Texts built from group and separator forms around the edges of the grammar, compared
     // with the C library's own ether_aton on a single thread.
     // Valid forms come more often, so that a fair share of whole texts is valid.
-    const char* groups[] = {"0",  "a",  "F", "00",  "aF", "C7", "0",  "a",  "F", "00", "aF",
-                            "C7", "0",  "a", "F",   "00", "aF", "C7", "0g", "g", "",   "000",
-                            " 1"};
+    const char* groups[] = {"0", "a", "F", "00", "aF", "C7", "0",  "a", "F", "00",  "aF", "C7",
+                            "0", "a", "F", "00", "aF", "C7", "0g", "g", "",  "000", " 1"};
     const char* separators[] = {":", ":", ":", ":", ":", ":", "-", " ", "", "::"};
     const char* endings[] = {"", "", " ", "\t", ":", "x", ":55", "0"};
     unsigned state = 12345;
@@ -343,8 +342,8 @@ TEST(ByteList, PiecesAreConvertedTheWayStrtolTakesThem) {
         const char* text;
         unsigned char expected;
     };
-    for (const Case& c : {Case{"1g", 0x01}, Case{" 7", 0x07}, Case{"-1", 0xFF},
-                          Case{"0x", 0x00}, Case{"+f", 0x0F}, Case{"f ", 0x0F}}) {
+    for (const Case& c : {Case{"1g", 0x01}, Case{" 7", 0x07}, Case{"-1", 0xFF}, Case{"0x", 0x00},
+                          Case{"+f", 0x0F}, Case{"f ", 0x0F}}) {
         std::vector<unsigned char> target;
         parse(Json::Value(c.text), target);
         EXPECT_EQ(target, std::vector<unsigned char>{c.expected}) << c.text;

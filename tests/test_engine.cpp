@@ -25,8 +25,10 @@ enum test_vlan_mode_t : int { test_vlan_mode_access = 0, test_vlan_mode_trunk = 
 
 Json::Value serialize(test_vlan_mode_t value) {
     switch (value) {
-        case test_vlan_mode_access: return Json::Value("access");
-        case test_vlan_mode_trunk: return Json::Value("trunk");
+        case test_vlan_mode_access:
+            return Json::Value("access");
+        case test_vlan_mode_trunk:
+            return Json::Value("trunk");
     }
     throw std::runtime_error("out-of-range-enum");
 }
@@ -275,8 +277,8 @@ TEST_F(Engine, StyledIsTheWireForm) {
 
 TEST_F(Engine, StatusesInsideTheWindowAreReadAsAnswers) {
     for (int status : {200, 201, 299, 500, 503, 599}) {
-        server.respond(status, R"({"id":"jsonrpc","error":null,"result":)" +
-                                   std::to_string(status) + "}");
+        server.respond(status,
+                       R"({"id":"jsonrpc","error":null,"result":)" + std::to_string(status) + "}");
         const Json::Value answer = zolt_json_rpc_call(client(), "m");
         EXPECT_EQ(answer["result"].asInt(), status);
     }
@@ -305,8 +307,7 @@ TEST_F(Engine, ServerStatusWithAJsonRpcErrorReturnsNormally) {
 
 TEST_F(Engine, ServerStatusWithHtmlFailsToParse) {
     server.respond(500, "<html><body>Internal Server Error</body></html>", "text/html");
-    EXPECT_THROW_EXACT(zolt_json_rpc_call(client(), "m"), std::runtime_error,
-                       "Failed to parse!");
+    EXPECT_THROW_EXACT(zolt_json_rpc_call(client(), "m"), std::runtime_error, "Failed to parse!");
 }
 
 // ---- Checks on the answer, in their order --------------------------------------------------
@@ -316,15 +317,18 @@ TEST_F(Engine, AnswerMustBeAnObjectWithErrorThenResult) {
         const char* body;
         const char* text;
     };
-    for (const Case& c : {Case{"", "Failed to parse!"},  // no body bytes at all
-                          Case{"{", "Failed to parse!"},
-                          Case{"[1]", "Not a object"},
-                          Case{"null", "Not a object"},
-                          Case{"\"text\"", "Not a object"},
-                          Case{"{}", "No error member"},
-                          Case{R"({"result":1})", "No error member"},
-                          Case{R"({"error":null})", "No result member"},
-                          Case{R"({"error":1,"id":2})", "No result member"}}) {
+    const Case cases[] = {
+        {"", "Failed to parse!"},  // no body bytes at all
+        {"{", "Failed to parse!"},
+        {"[1]", "Not a object"},
+        {"null", "Not a object"},
+        {"\"text\"", "Not a object"},
+        {"{}", "No error member"},
+        {R"({"result":1})", "No error member"},
+        {R"({"error":null})", "No result member"},
+        {R"({"error":1,"id":2})", "No result member"},
+    };
+    for (const Case& c : cases) {
         server.respond(200, c.body);
         EXPECT_THROW_EXACT(zolt_json_rpc_call(client(), "m"), std::runtime_error, c.text)
             << "body: " << c.body;
@@ -385,11 +389,11 @@ TEST(EngineTransport, TimeOutIsAPostErrorAndTheHandleStaysUsable) {
 
 TEST_F(Engine, AnswerCutShortIsAPostError) {
     server.handle([](const httplib::Request&, httplib::Response& response) {
-        response.set_content_provider(
-            200, "application/json", [](size_t offset, size_t, httplib::DataSink& sink) {
-                if (offset == 0) sink.write(R"({"error":null,)", 14);
-                return offset == 0;
-            });
+        response.set_content_provider(200, "application/json",
+                                      [](size_t offset, size_t, httplib::DataSink& sink) {
+                                          if (offset == 0) sink.write(R"({"error":null,)", 14);
+                                          return offset == 0;
+                                      });
     });
     EXPECT_THROW_EXACT(zolt_json_rpc_call(client(), "m"), std::runtime_error, "Post error");
 }

@@ -20,8 +20,7 @@ using zolt_test::TestServer;
 namespace {
 
 std::string base64(const std::string& text) {
-    static const char digits[] =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    static const char digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     std::string out;
     std::size_t i = 0;
     for (; i + 2 < text.size(); i += 3) {
@@ -293,11 +292,11 @@ TEST(RestFailure, AnswerCutShortGivesNullAndTheNextPostWorks) {
             return;
         }
         // Announces 100 bytes, sends 10, then drops the connection.
-        response.set_content_provider(
-            100, "text/plain", [](size_t offset, size_t, httplib::DataSink& sink) {
-                if (offset == 0) sink.write("0123456789", 10);
-                return offset == 0;
-            });
+        response.set_content_provider(100, "text/plain",
+                                      [](size_t offset, size_t, httplib::DataSink& sink) {
+                                          if (offset == 0) sink.write("0123456789", 10);
+                                          return offset == 0;
+                                      });
     });
     Handle handle = open(make_conn(server.url(), 2));
     ASSERT_NE(handle, nullptr);
@@ -344,8 +343,8 @@ TEST(RestSetup, EveryFailedAllocationInsideLibcurlGivesNull) {
 
     // Installs the hooks; this only works while no other libcurl user is initialised.
     allocations_left = 1 << 30;
-    ASSERT_EQ(curl_global_init_mem(CURL_GLOBAL_DEFAULT, failing_malloc, std::free,
-                                   failing_realloc, failing_strdup, failing_calloc),
+    ASSERT_EQ(curl_global_init_mem(CURL_GLOBAL_DEFAULT, failing_malloc, std::free, failing_realloc,
+                                   failing_strdup, failing_calloc),
               CURLE_OK);
 
     int failures = 0;

@@ -88,11 +88,10 @@ void TestServer::serve(const httplib::Request& request, httplib::Response& respo
     Handler handler;
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        requests_.push_back(Request{request.method, request.path, request.body,
-                                    request.get_header_value("User-Agent"),
-                                    request.get_header_value("Content-Type"),
-                                    request.get_header_value("Authorization"),
-                                    request.remote_port});
+        requests_.push_back(Request{
+            request.method, request.path, request.body, request.get_header_value("User-Agent"),
+            request.get_header_value("Content-Type"), request.get_header_value("Authorization"),
+            request.remote_port});
         handler = handler_;
         if (!handler) {
             response.status = status_;
