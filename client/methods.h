@@ -39,7 +39,8 @@ int call_and_decode(void* handle, const char* method, Decode decode, const Args&
 // Bare calls, sets, adds, deletes and existence gets.
 template <class... Args>
 int call(void* handle, const char* method, const Args&... args) {
-    return call_and_decode(handle, method, [](const Json::Value&) {}, args...);
+    return call_and_decode(
+        handle, method, [](const Json::Value&) {}, args...);
 }
 
 // Singleton, keyed, scalar and list gets: the result goes through the output's own `parse`.

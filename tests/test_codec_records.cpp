@@ -250,7 +250,8 @@ TEST(RecordCodec, RoundTripsThroughItsOwnWriter) {
     EXPECT_EQ(serialize(back), serialize(conf));
 }
 
-// --- records: ordering -----------------------------------------------------------------------------
+// --- records: ordering
+// -----------------------------------------------------------------------------
 
 TEST(RecordOrder, EqualRecordsCompareFalseBothWays) {
     zolt_appl_port_mib_conf_t a{}, b{};

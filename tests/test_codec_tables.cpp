@@ -29,8 +29,8 @@ std::string runtime_error_of(const Json::Value& value, T& target) {
     return "(no exception)";
 }
 
-zolt_mac_t mac(unsigned char a, unsigned char b, unsigned char c, unsigned char d,
-               unsigned char e, unsigned char f) {
+zolt_mac_t mac(unsigned char a, unsigned char b, unsigned char c, unsigned char d, unsigned char e,
+               unsigned char f) {
     return zolt_mac_t{{a, b, c, d, e, f}};
 }
 
@@ -70,9 +70,9 @@ TEST(TableCodec, EveryRowStartsFromAFreshValue) {
 
 TEST(TableCodec, AFailingRowKeepsTheRowsBeforeIt) {
     std::map<int, bool> table;
-    EXPECT_EQ(runtime_error_of(json(R"([{"key":1,"val":true},{"key":2},{"key":3,"val":true}])"),
-                               table),
-              "Unexpected type");
+    EXPECT_EQ(
+        runtime_error_of(json(R"([{"key":1,"val":true},{"key":2},{"key":3,"val":true}])"), table),
+        "Unexpected type");
     EXPECT_EQ(table, (std::map<int, bool>{{1, true}}));
 }
 
@@ -170,7 +170,8 @@ TEST(TupleKey, TablesOrderByTheFirstMemberFirst) {
                          {"Gi 1/1", 0}, {"Gi 1/1", 7}, {"Gi 1/2", 0}}));
 }
 
-// --- the MAC table's key ----------------------------------------------------------------------------
+// --- the MAC table's key
+// ----------------------------------------------------------------------------
 
 TEST(MacTableKey, ReadsVlanAndAddressInEitherCase) {
     VlanMacKey lower, upper;
@@ -246,13 +247,14 @@ TEST(MacTableKey, RowsOrderByVlanThenAddressBytes) {
     EXPECT_EQ(std::get<0>(row->first), 2);
 }
 
-// --- the forms that cannot be decoded -----------------------------------------------------------------
+// --- the forms that cannot be decoded
+// -----------------------------------------------------------------
 
 TEST(UndecodableTables, ThreeMemberKeysThrowAtTheFirstRow) {
     std::map<std::tuple<std::string, int, int>, zolt_appl_port_prio_counter_t> table;
-    EXPECT_EQ(runtime_error_of(json(R"([{"key":["Gi 1/1",1,2],"val":{"RxPrio":1,"TxPrio":2}}])"),
-                               table),
-              "not implemented");
+    EXPECT_EQ(
+        runtime_error_of(json(R"([{"key":["Gi 1/1",1,2],"val":{"RxPrio":1,"TxPrio":2}}])"), table),
+        "not implemented");
     EXPECT_TRUE(table.empty());
 
     std::tuple<std::string, std::string, std::string, std::string> four;

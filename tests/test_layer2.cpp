@@ -66,8 +66,7 @@ TEST_F(Layer2, AnOddLengthIdentifierFailsThatFieldOnly) {
 TEST_F(Layer2, AForceVersionWithoutTextIsNotSent) {
     zolt_appl_mstp_bridge_param_t param{};
     param.ForceVersion = static_cast<zolt_appl_mstp_forceversion_t>(1);
-    EXPECT_EQ(error_of([&] { zolt_mstp_config_bridge_set(handle(), param); }),
-              "out-of-range-enum");
+    EXPECT_EQ(error_of([&] { zolt_mstp_config_bridge_set(handle(), param); }), "out-of-range-enum");
     EXPECT_EQ(server.count(), 0u);
 }
 
@@ -97,7 +96,8 @@ TEST_F(Layer2, AStaticEntryWithoutPortsSendsAnEmptyList) {
     EXPECT_NE(server.last().body.find("\"PortList\" : []"), std::string::npos);
 }
 
-// --- classification tables keyed by records and addresses ------------------------------------------
+// --- classification tables keyed by records and addresses
+// ------------------------------------------
 
 TEST_F(Layer2, VclMacKeysGoThroughTheStrictAddressCheck) {
     // Unlike the MAC table's pair key, a MAC used alone as a key must satisfy ether_aton.
@@ -135,7 +135,8 @@ TEST_F(Layer2, TheVoiceVlanIdIsUnsignedWhereVclsIsSigned) {
               "Unexpected type");
 }
 
-// --- LLDP -------------------------------------------------------------------------------------------
+// --- LLDP
+// -------------------------------------------------------------------------------------------
 
 TEST_F(Layer2, TheLocationTableOrdersByElementValue) {
     server.respond_result(R"([{"key":"name","val":{"civicAddress":"rack 4"}},
@@ -180,7 +181,8 @@ TEST_F(Layer2, ClearIsANumberNotABoolean) {
     EXPECT_EQ(clear.Clear, 1);
 }
 
-// --- aggregation and LACP: one key, two widths ---------------------------------------------------------
+// --- aggregation and LACP: one key, two widths
+// ---------------------------------------------------------
 
 TEST_F(Layer2, TheAdminKeyKeepsThirtyTwoBitsInConfigurationAndSixteenInStatus) {
     server.respond_result(R"({"dot3adAggrActorAdminMode":true,"dot3adAggrActorAdminKey":70000,

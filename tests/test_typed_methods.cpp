@@ -64,9 +64,8 @@ TEST_F(CallShapes, KeysOfSeveralKindsGoInPositionalOrder) {
 
     server.respond_result(R"(["Gi 1/1"])");
     std::vector<std::string> members;
-    EXPECT_EQ(zolt_vlan_status_membership_get(handle(), 10, zolt_appl_vlan_user_voiceVlan,
-                                              &members),
-              0);
+    EXPECT_EQ(
+        zolt_vlan_status_membership_get(handle(), 10, zolt_appl_vlan_user_voiceVlan, &members), 0);
     EXPECT_NE(server.last().body.find("\"params\" : [ 10, \"voiceVlan\" ]\n"), std::string::npos)
         << server.last().body;
     EXPECT_EQ(members, (std::vector<std::string>{"Gi 1/1"}));
@@ -169,8 +168,8 @@ TEST_F(CallShapes, ScalarGetsTestTheResultsTypeAndCutToWidth) {
 TEST_F(CallShapes, AnEnumerationArgumentWithoutTextIsRefusedBeforePosting) {
     std::vector<std::string> members;
     EXPECT_EQ(runtime_error_of([&] {
-                  zolt_vlan_status_membership_get(
-                      handle(), 1, static_cast<zolt_appl_vlan_user_t>(2), &members);
+                  zolt_vlan_status_membership_get(handle(), 1,
+                                                  static_cast<zolt_appl_vlan_user_t>(2), &members);
               }),
               "out-of-range-enum");
 
@@ -187,7 +186,8 @@ class ReturnConvention : public ClientTest {
 protected:
     // A keyed get whose output must stay untouched unless "error" is null.
     int get_with_error(const std::string& error) {
-        server.respond(200, R"({"id":"x","error":)" + error + R"(,"result":{"RxBridgeDiscard":9}})");
+        server.respond(200,
+                       R"({"id":"x","error":)" + error + R"(,"result":{"RxBridgeDiscard":9}})");
         counters.RxBridgeDiscard = 1;
         return zolt_port_statistics_bridge_get(handle(), "Gi 1/1", &counters);
     }
