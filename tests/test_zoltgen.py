@@ -126,7 +126,7 @@ class Output(unittest.TestCase):
         # A record comes after the enumeration it holds, whatever the file's order.
         self.assertLess(header.index("enum zolt_demo_speed_t"), header.index("struct zolt_demo_conf_t"))
         self.assertIn("ZOLT_API int zolt_demo_config_set(void* handle, const std::string& key, "
-                      "const zolt_demo_conf_t& value);", header)
+                      "const zolt_demo_conf_t& value);", " ".join(header.split()))
         self.assertIn("demo\tzolt_demo_config_get\tdemo.config.get\tget_all", first["schema/manifest.tsv"])
 
 

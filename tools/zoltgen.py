@@ -571,6 +571,21 @@ def record_order(records):
     return out
 
 
+def wrap(head, items, tail, indent, width=100):
+    """`head` + items joined by ", " + `tail`, broken before an item that would pass `width`;
+    continuation lines line up under the first item."""
+    lines, line = [], " " * indent + head
+    pad = " " * (indent + len(head))
+    for i, item in enumerate(items):
+        piece = item + (", " if i + 1 < len(items) else tail)
+        if len(line) + len(piece.rstrip()) > width and line.strip() != head.strip():
+            lines.append(line.rstrip())
+            line = pad
+        line += piece
+    lines.append(line)
+    return "\n".join(lines)[indent:]
+
+
 def params(m):
     """The C++ parameter list of a typed function, the handle and the output included."""
     names = arg_names(m)
@@ -624,7 +639,7 @@ def gen_header(fam, families):
         out.append("\n")
     for m in fam.methods:
         ps, _ = params(m)
-        out.append(f"ZOLT_API int {m.exported}({', '.join(ps)});\n")
+        out.append(wrap(f"ZOLT_API int {m.exported}(", ps, ");", 0) + "\n")
     out.append(f"\n#endif  // {fam.guard}\n")
     return "".join(out)
 
@@ -675,18 +690,18 @@ def gen_source(fam):
         for f in r.fields:
             out.append(f"    {field_read(f)}\n")
         out.append("}\n\n")
-        ties = lambda side: ", ".join(f"{side}.{f.key}" for f in r.fields)
         out.append(f"bool operator<(const {r.name}& a, const {r.name}& b) {{\n"
-                   f"    return std::tie({ties('a')}) <\n"
-                   f"           std::tie({ties('b')});\n}}\n\n")
+                   f"    return {wrap('std::tie(', [f'a.{f.key}' for f in r.fields], ')', 11)} <\n"
+                   f"           {wrap('std::tie(', [f'b.{f.key}' for f in r.fields], ');', 11)}\n}}\n\n")
     for m in fam.methods:
         ps, names = params(m)
         call_args = [c_string(m.rpc)]
         if m.out is not None:
             call_args.append("out")
         call_args += names
-        out.append(f"int {m.exported}({', '.join(ps)}) {{\n"
-                   f"    return zolt::{SHAPE_CALL[m.shape]}(handle, {', '.join(call_args)});\n}}\n\n")
+        out.append(wrap(f"int {m.exported}(", ps, ") {", 0) + "\n")
+        out.append("    " + wrap(f"return zolt::{SHAPE_CALL[m.shape]}(", ["handle"] + call_args, ");", 4)
+                   + "\n}\n\n")
     return "".join(out).rstrip() + "\n"
 
 
