@@ -1,0 +1,513 @@
+#include "sim/model.h"
+
+#include <json/reader.h>
+
+#include <algorithm>
+#include <exception>
+#include <stdexcept>
+#include <utility>
+
+#include "sim/seed.h"
+
+namespace zolt_sim {
+
+struct Model::Table {
+    std::string name;
+    int key_count = 0;
+    std::vector<Canon> key;     // one codec per key member
+    std::vector<Canon> values;  // every value codec the table is written with; none if key-only
+    Json::Value fresh;          // a new row's value; the union of the defaults if several types
+    bool has_add = false;       // rows are created by `add`, so `set` does not create them
+
+    bool singleton() const { return key_count == 0; }
+};
+
+struct Model::Overload {
+    const MethodInfo* info;
+    Table* table;        // null for bare calls, which touch no state
+    std::size_t params;  // how many params select this overload
+};
+
+struct Model::Outcome {
+    Json::Value result;
+    int code = 0;
+    std::string message;
+};
+
+namespace {
+
+constexpr const char* kClearCounters = "port.control.statistics.clear";
+constexpr const char* kStaticFdb = "mac.config.fdb.static";
+
+Json::Value parse_text(const char* text) {
+    Json::CharReaderBuilder builder;
+    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    Json::Value value;
+    std::string errors;
+    const std::string source(text);
+    if (!reader->parse(source.data(), source.data() + source.size(), &value, &errors)) {
+        throw std::logic_error("bad default value " + source + ": " + errors);
+    }
+    return value;
+}
+
+std::size_t param_count(const MethodInfo& method) {
+    switch (method.shape) {
+        case Shape::bare:
+        case Shape::get_all:
+            return 0;
+        case Shape::set:
+        case Shape::add:
+            return static_cast<std::size_t>(method.key_count) + (method.value != nullptr ? 1 : 0);
+        default:
+            return static_cast<std::size_t>(method.key_count);
+    }
+}
+
+bool writes(Shape shape) { return shape == Shape::set || shape == Shape::add; }
+
+// Members of `over` replace those of `into`; anything that is not two objects is replaced whole.
+Json::Value merge(Json::Value into, const Json::Value& over) {
+    if (!into.isObject() || !over.isObject()) return over;
+    for (const std::string& name : over.getMemberNames()) into[name] = over[name];
+    return into;
+}
+
+Json::Value error_object(int code, const std::string& message) {
+    Json::Value error(Json::objectValue);
+    error["code"] = code;
+    error["message"] = message;
+    return error;
+}
+
+Json::Value row(const Json::Value& key, const Json::Value& value) {
+    Json::Value entry(Json::objectValue);
+    entry["key"] = key;
+    entry["val"] = value;
+    return entry;
+}
+
+std::string param_text(std::size_t index) { return "param " + std::to_string(index + 1); }
+
+std::vector<std::string> make_port_names(int count) {
+    std::vector<std::string> names;
+    for (int i = 1; i <= count; ++i) names.push_back("Gi 1/" + std::to_string(i));
+    return names;
+}
+
+Json::Value canonical_key(const std::vector<Canon>& codecs, const Json::Value& key) {
+    if (codecs.empty()) {
+        if (!key.isNull()) throw std::runtime_error("a singleton's key must be null");
+        return Json::Value();
+    }
+    if (!key.isArray() || key.size() != codecs.size()) {
+        throw std::runtime_error("the key must be an array of " + std::to_string(codecs.size()) +
+                                 " members");
+    }
+    Json::Value out(Json::arrayValue);
+    for (Json::ArrayIndex i = 0; i < key.size(); ++i) out.append(codecs[i](key[i]));
+    return out;
+}
+
+}  // namespace
+
+Model::Model(int port_count, Clock::time_point now)
+    : ports_(make_port_names(port_count)), traffic_(ports_, now) {
+    build_catalogue();
+    seed();
+}
+
+Model::~Model() = default;
+
+void Model::build_catalogue() {
+    for (std::size_t i = 0; i < kMethodCount; ++i) {
+        const MethodInfo& method = kMethods[i];
+        Table* table = nullptr;
+        if (method.shape != Shape::bare) {
+            std::unique_ptr<Table>& slot = tables_[method.table];
+            if (!slot) {
+                slot = std::make_unique<Table>();
+                slot->name = method.table;
+                slot->key_count = method.key_count;
+                for (int k = 0; k < method.key_count; ++k) slot->key.push_back(method.key[k]);
+            }
+            table = slot.get();
+            if (table->key_count != method.key_count) {
+                throw std::logic_error(std::string(method.method) + ": the table " + table->name +
+                                       " is used with different keys");
+            }
+            if (method.value != nullptr && std::find(table->values.begin(), table->values.end(),
+                                                     method.value) == table->values.end()) {
+                table->values.push_back(method.value);
+            }
+            if (method.value_default != nullptr) {
+                table->fresh = merge(table->fresh, parse_text(method.value_default));
+            }
+            if (method.shape == Shape::add) table->has_add = true;
+        }
+        overloads_[method.method].push_back(Overload{&method, table, param_count(method)});
+    }
+}
+
+// The value a table stores for `raw`: what its codec makes of it. A table written with several
+// record types stores the union of what every codec that accepts the value makes of it, over
+// the table's fresh value, so that each type's get finds all of its members.
+Json::Value Model::make_value(const Table& table, const Json::Value& raw) const {
+    if (table.values.empty()) {
+        if (!raw.isNull()) throw std::runtime_error("the table holds keys only");
+        return Json::Value();
+    }
+    if (table.values.size() == 1) return table.values.front()(raw);
+    Json::Value out = table.fresh;
+    bool accepted = false;
+    std::string why;
+    for (Canon codec : table.values) {
+        try {
+            out = merge(out, codec(raw));
+            accepted = true;
+        } catch (const std::exception& e) {
+            if (why.empty()) why = e.what();
+        }
+    }
+    if (!accepted) throw std::runtime_error(why);
+    return out;
+}
+
+void Model::seed() {
+    for (const auto& entry : tables_) {
+        const Table& table = *entry.second;
+        Rows& rows = state_[table.name];
+        if (table.singleton()) {
+            rows[Json::Value()] = table.fresh;
+        } else if (table.key_count == 1 && table.key[0] == &canon<std::string> && !table.has_add &&
+                   !keyed_by_group(table.name)) {
+            for (const std::string& port : ports_) {
+                Json::Value key(Json::arrayValue);
+                key.append(port);
+                rows[key] = table.fresh;
+            }
+        }
+    }
+    for (const SeedRow& seed_row : realistic_rows(ports_, traffic_)) {
+        auto found = tables_.find(seed_row.table);
+        if (found == tables_.end()) continue;  // a family the schema no longer has
+        const Table& table = *found->second;
+        try {
+            const Json::Value key = canonical_key(table.key, seed_row.key);
+            Rows& rows = state_[table.name];
+            auto existing = rows.find(key);
+            const Json::Value base = existing != rows.end() ? existing->second : table.fresh;
+            const Json::Value value =
+                seed_row.value.isNull() ? base : make_value(table, merge(base, seed_row.value));
+            rows[key] = value;
+        } catch (const std::exception& e) {
+            throw std::logic_error("seed row of " + table.name + " does not fit: " + e.what());
+        }
+    }
+    derive_fdb_status();
+}
+
+Json::Value Model::answer(const std::string& body, CallSummary* summary) {
+    CallSummary local;
+    CallSummary& out = summary != nullptr ? *summary : local;
+    Json::CharReaderBuilder builder;
+    builder["failIfExtra"] = true;
+    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    Json::Value request;
+    std::string errors;
+    bool parsed = false;
+    try {
+        parsed = reader->parse(body.data(), body.data() + body.size(), &request, &errors);
+    } catch (const std::exception&) {
+        parsed = false;  // nested deeper than the reader's stack limit
+    }
+    if (!parsed) {
+        out.error = code::parse_error;
+        Json::Value answer(Json::objectValue);
+        answer["id"] = Json::Value();
+        answer["error"] = error_object(code::parse_error, "Parse error: the body is not JSON");
+        answer["result"] = Json::Value();
+        return answer;
+    }
+    return dispatch(request, out);
+}
+
+Json::Value Model::dispatch(const Json::Value& request, CallSummary& summary) {
+    Json::Value answer(Json::objectValue);
+    answer["id"] = request.isObject() ? request.get("id", Json::Value()) : Json::Value();
+    answer["error"] = Json::Value();
+    answer["result"] = Json::Value();
+    auto refuse = [&](int code, const std::string& message) {
+        summary.error = code;
+        answer["error"] = error_object(code, message);
+        return answer;
+    };
+
+    if (!request.isObject()) {
+        return refuse(code::invalid_request, "Invalid request: the body must be a JSON object");
+    }
+    const Json::Value& method = request["method"];
+    if (!method.isString()) {
+        return refuse(code::invalid_request, "Invalid request: \"method\" must be a string");
+    }
+    const std::string name = method.asString();
+    summary.method = name;
+    const Json::Value& params = request["params"];
+    if (!params.isArray()) {
+        return refuse(code::invalid_request, "Invalid request: \"params\" must be an array");
+    }
+    summary.params = static_cast<int>(params.size());
+
+    auto found = overloads_.find(name);
+    if (found == overloads_.end()) {
+        return refuse(code::method_not_found, "Method not found: " + name);
+    }
+
+    std::vector<std::size_t> counts;
+    std::string why;
+    for (const Overload& overload : found->second) {
+        if (std::find(counts.begin(), counts.end(), overload.params) == counts.end()) {
+            counts.push_back(overload.params);
+        }
+        if (overload.params != params.size()) continue;
+        Json::Value key;
+        Json::Value value;
+        std::string reason;
+        if (!decode(overload, params, key, value, reason)) {
+            if (why.empty()) why = reason;
+            continue;
+        }
+        Outcome outcome;
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            outcome = execute(overload, key, value);
+        }
+        if (outcome.code != 0) return refuse(outcome.code, outcome.message);
+        answer["result"] = std::move(outcome.result);
+        return answer;
+    }
+    if (!why.empty()) return refuse(code::invalid_params, name + ": " + why);
+
+    std::sort(counts.begin(), counts.end());
+    std::string expected;
+    for (std::size_t i = 0; i < counts.size(); ++i) {
+        if (i > 0) expected += i + 1 == counts.size() ? " or " : ", ";
+        expected += std::to_string(counts[i]);
+    }
+    return refuse(code::invalid_params,
+                  name + " takes " + expected + " params, got " + std::to_string(params.size()));
+}
+
+bool Model::decode(const Overload& overload, const Json::Value& params, Json::Value& key,
+                   Json::Value& value, std::string& why) const {
+    const MethodInfo& method = *overload.info;
+    if (method.shape == Shape::bare || method.shape == Shape::get_all) return true;
+    const auto key_count = static_cast<std::size_t>(method.key_count);
+    if (key_count > 0) key = Json::Value(Json::arrayValue);
+    for (std::size_t i = 0; i < key_count; ++i) {
+        try {
+            key.append(method.key[i](params[static_cast<Json::ArrayIndex>(i)]));
+        } catch (const std::exception& e) {
+            why = param_text(i) + ": " + e.what();
+            return false;
+        }
+    }
+    if (writes(method.shape) && method.value != nullptr) {
+        try {
+            value = make_value(*overload.table, params[static_cast<Json::ArrayIndex>(key_count)]);
+        } catch (const std::exception& e) {
+            why = param_text(key_count) + ": " + e.what();
+            return false;
+        }
+    }
+    return true;
+}
+
+Json::Value Model::read_row(const Table& table, const Json::Value& key, const Json::Value& stored,
+                            Clock::time_point now) const {
+    return Traffic::counts(table.name) ? traffic_.read(table.name, key, stored, now) : stored;
+}
+
+Model::Outcome Model::execute(const Overload& overload, const Json::Value& key,
+                              const Json::Value& value) {
+    Outcome outcome;
+    if (overload.table == nullptr) return outcome;
+    const Table& table = *overload.table;
+    const Clock::time_point now = Clock::now();
+    Rows& rows = state_[table.name];
+    auto found = rows.find(key);
+    auto refuse = [&outcome](int code, const char* message) {
+        outcome.code = code;
+        outcome.message = message;
+        return outcome;
+    };
+
+    switch (overload.info->shape) {
+        case Shape::bare:
+            break;
+        case Shape::singleton_get:
+        case Shape::keyed_get:
+        case Shape::scalar_get:
+        case Shape::list_get:
+            if (found == rows.end()) return refuse(code::no_such_entry, "no such entry");
+            outcome.result = read_row(table, key, found->second, now);
+            break;
+        case Shape::exists:
+            if (found == rows.end()) return refuse(code::no_such_entry, "no such entry");
+            break;
+        case Shape::get_all:
+            outcome.result = Json::Value(Json::arrayValue);
+            for (const auto& entry : rows) {
+                // One key member travels plain, several as the array of members.
+                const Json::Value& shown =
+                    table.key_count == 1 && entry.first.isArray() ? entry.first[0u] : entry.first;
+                outcome.result.append(row(shown, read_row(table, entry.first, entry.second, now)));
+            }
+            break;
+        case Shape::set:
+            if (found == rows.end() && !table.singleton() && table.has_add) {
+                return refuse(code::no_such_entry, "no such entry");
+            }
+            rows[key] = value;
+            after_write(table, key, value, now);
+            break;
+        case Shape::add:
+            if (found != rows.end()) return refuse(code::entry_exists, "entry already exists");
+            rows.emplace(key, value);
+            after_write(table, key, value, now);
+            break;
+        case Shape::del:
+            if (found == rows.end()) return refuse(code::no_such_entry, "no such entry");
+            rows.erase(found);
+            after_write(table, key, value, now);
+            break;
+    }
+    return outcome;
+}
+
+// Writes whose effect reaches past their own row.
+void Model::after_write(const Table& table, const Json::Value& key, const Json::Value& value,
+                        Clock::time_point now) {
+    if (table.name == kClearCounters && value.isBool() && value.asBool() && key.isArray()) {
+        const Json::Value& port = key[0u];
+        for (auto& entry : state_) {
+            if (!Traffic::counts(entry.first)) continue;
+            const Table& counters = *tables_.at(entry.first);
+            for (auto& counter_row : entry.second) {
+                if (counter_row.first.isArray() && counter_row.first[0u] == port) {
+                    counter_row.second = counters.fresh;
+                }
+            }
+        }
+        traffic_.restart(port.asString(), now);
+    } else if (table.name == kStaticFdb) {
+        derive_fdb_status();
+    }
+}
+
+// The MAC status tables and counts follow the static entries: every configured entry shows in
+// mac.status.fdb.static and, beside the learned ones, in mac.status.fdb.full.
+void Model::derive_fdb_status() {
+    auto config = state_.find(kStaticFdb);
+    if (config == state_.end()) return;
+    for (const char* name : {"mac.status.fdb.static", "mac.status.fdb.full"}) {
+        auto table = tables_.find(name);
+        if (table == tables_.end()) continue;
+        Rows& rows = state_[name];
+        for (auto entry = rows.begin(); entry != rows.end();) {
+            const bool learned = entry->second.get("Dynamic", 0).asInt() != 0;
+            entry = learned ? std::next(entry) : rows.erase(entry);
+        }
+        for (const auto& entry : config->second) {
+            Json::Value partial(Json::objectValue);
+            partial["PortList"] = entry.second.get("PortList", Json::Value(Json::arrayValue));
+            rows[entry.first] = make_value(*table->second, merge(table->second->fresh, partial));
+        }
+    }
+
+    std::map<std::string, unsigned> learned_per_port;
+    unsigned learned = 0;
+    auto full = state_.find("mac.status.fdb.full");
+    if (full != state_.end()) {
+        for (const auto& entry : full->second) {
+            if (entry.second.get("Dynamic", 0).asInt() == 0) continue;
+            ++learned;
+            for (const Json::Value& port : entry.second.get("PortList", Json::Value())) {
+                if (port.isString()) ++learned_per_port[port.asString()];
+            }
+        }
+    }
+    auto stats = tables_.find("mac.statistics.fdb");
+    if (stats != tables_.end()) {
+        Json::Value counts(Json::objectValue);
+        counts["TotalDynamic"] = learned;
+        counts["TotalStatic"] = static_cast<unsigned>(config->second.size());
+        state_[stats->first][Json::Value()] =
+            make_value(*stats->second, merge(stats->second->fresh, counts));
+    }
+    auto per_port = tables_.find("mac.statistics.interface");
+    if (per_port != tables_.end()) {
+        for (auto& entry : state_[per_port->first]) {
+            if (!entry.first.isArray() || !entry.first[0u].isString()) continue;
+            Json::Value count(Json::objectValue);
+            count["Dynamic"] = learned_per_port[entry.first[0u].asString()];
+            entry.second = make_value(*per_port->second, merge(entry.second, count));
+        }
+    }
+}
+
+Json::Value Model::snapshot(Clock::time_point now) const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    Json::Value document(Json::objectValue);
+    document["ports"] = static_cast<int>(ports_.size());
+    Json::Value& tables = document["tables"] = Json::Value(Json::objectValue);
+    for (const auto& entry : state_) {
+        const Table& table = *tables_.at(entry.first);
+        Json::Value rows(Json::arrayValue);
+        for (const auto& stored : entry.second) {
+            rows.append(row(stored.first, read_row(table, stored.first, stored.second, now)));
+        }
+        tables[entry.first] = rows;
+    }
+    return document;
+}
+
+Json::Value Model::load_table(const Table& table, const Json::Value& rows) const {
+    if (!rows.isArray()) throw std::runtime_error("table " + table.name + ": not an array of rows");
+    Json::Value out(Json::arrayValue);
+    for (Json::ArrayIndex i = 0; i < rows.size(); ++i) {
+        const Json::Value& stored = rows[i];
+        try {
+            if (!stored.isObject()) throw std::runtime_error("not an object");
+            out.append(
+                row(canonical_key(table.key, stored["key"]), make_value(table, stored["val"])));
+        } catch (const std::exception& e) {
+            throw std::runtime_error("table " + table.name + ", row " + std::to_string(i + 1) +
+                                     ": " + e.what());
+        }
+    }
+    return out;
+}
+
+void Model::restore(const Json::Value& document, Clock::time_point now) {
+    if (!document.isObject() || !document["tables"].isObject()) {
+        throw std::runtime_error("not an object with a \"tables\" object");
+    }
+    const Json::Value& tables = document["tables"];
+    std::map<std::string, Rows> loaded;
+    for (const std::string& name : tables.getMemberNames()) {
+        auto table = tables_.find(name);
+        if (table == tables_.end()) throw std::runtime_error("unknown table \"" + name + "\"");
+        Rows& rows = loaded[name];
+        for (const Json::Value& entry : load_table(*table->second, tables[name])) {
+            rows[entry["key"]] = entry["val"];
+        }
+        if (table->second->singleton() && rows.empty()) rows[Json::Value()] = table->second->fresh;
+    }
+    std::lock_guard<std::mutex> lock(mutex_);
+    for (auto& entry : loaded) state_[entry.first] = std::move(entry.second);
+    derive_fdb_status();
+    traffic_.restart_all(now);
+}
+
+}  // namespace zolt_sim

@@ -1,0 +1,99 @@
+#pragma once
+
+// The switch behind the simulator's HTTP front: every method of the generated table kMethods,
+// the state its tables hold, and the JSON-RPC answer to one request body. No HTTP here, so the
+// whole protocol can be driven from a test without a socket.
+//
+// State is one ordered map per table (the method string without its verb, so "port.config.get"
+// and "port.config.set" share "port.config"): canonical key -> canonical value. A key is the JSON
+// array of its members, each in the form the library's own writer gives it; a singleton's one
+// row has the key null. Every value that comes in is decoded and re-encoded by its codec, so the
+// state only ever holds values that fit the schema.
+
+#include <json/value.h>
+
+#include <chrono>
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "sim/sim_schema.h"
+#include "sim/traffic.h"
+
+namespace zolt_sim {
+
+// The codes of "error" objects. Negative ones follow JSON-RPC 2.0; the positive ones are the
+// switch's refusals of a well-formed call.
+namespace code {
+constexpr int parse_error = -32700;       // the body is not JSON
+constexpr int invalid_request = -32600;   // not an object with string "method", array "params"
+constexpr int method_not_found = -32601;  // no such method string
+constexpr int invalid_params = -32602;    // wrong number of params, or one does not fit its type
+constexpr int no_such_entry = 1;          // get, exists, del (and set where add exists): no row
+constexpr int entry_exists = 2;           // add of a key that is already there
+}  // namespace code
+
+// What the request log tells of one call; never a parameter's value.
+struct CallSummary {
+    std::string method;  // empty when the request had none
+    int params = -1;     // number of params, -1 when they were not an array
+    int error = 0;       // the error code answered, 0 for success
+};
+
+class Model {
+public:
+    using Clock = std::chrono::steady_clock;
+    using Rows = std::map<Json::Value, Json::Value>;
+
+    // A fresh switch with `port_count` ports named "Gi 1/1" .. "Gi 1/<port_count>".
+    explicit Model(int port_count, Clock::time_point now = Clock::now());
+    ~Model();
+    Model(const Model&) = delete;
+    Model& operator=(const Model&) = delete;
+
+    // The answer object to one HTTP body: always "id", "error" and "result". Thread-safe.
+    Json::Value answer(const std::string& body, CallSummary* summary = nullptr);
+
+    // The whole state as a document {"ports": N, "tables": {name: [{"key": K, "val": V}...]}};
+    // counters are written as they read at `now`.
+    Json::Value snapshot(Clock::time_point now = Clock::now()) const;
+
+    // Replaces every table the document names with its rows (tables it does not name keep their
+    // seed). Every key member and value goes through its codec; a document that does not fit
+    // throws std::runtime_error naming the table and row, and leaves the state as it was.
+    void restore(const Json::Value& document, Clock::time_point now = Clock::now());
+
+    const std::vector<std::string>& port_names() const { return ports_; }
+
+private:
+    struct Table;
+    struct Overload;
+    struct Outcome;
+
+    void build_catalogue();
+    void seed();
+    Json::Value dispatch(const Json::Value& request, CallSummary& summary);
+    Outcome execute(const Overload& overload, const Json::Value& key, const Json::Value& value);
+    bool decode(const Overload& overload, const Json::Value& params, Json::Value& key,
+                Json::Value& value, std::string& why) const;
+    Json::Value read_row(const Table& table, const Json::Value& key, const Json::Value& stored,
+                         Clock::time_point now) const;
+    Json::Value make_value(const Table& table, const Json::Value& partial) const;
+    void after_write(const Table& table, const Json::Value& key, const Json::Value& value,
+                     Clock::time_point now);
+    void derive_fdb_status();
+    Json::Value load_table(const Table& table, const Json::Value& rows) const;
+
+    std::vector<std::string> ports_;
+    std::map<std::string, std::unique_ptr<Table>> tables_;
+    std::map<std::string, std::vector<Overload>> overloads_;  // by method string
+
+    mutable std::mutex mutex_;  // guards everything below
+    std::map<std::string, Rows> state_;
+    Traffic traffic_;
+};
+
+}  // namespace zolt_sim

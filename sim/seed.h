@@ -1,0 +1,43 @@
+#pragma once
+
+// What a fresh simulated switch holds beyond the schema's zero defaults.
+//
+// The generated table gives every value a default (zeros, empty texts and lists, enumerations at
+// their first text). The seed is built from it by two rules and one hand-written overlay:
+//   1. every singleton table starts with its default value;
+//   2. every table keyed by exactly one string member starts with one default row per port
+//      ("Gi 1/1" .. "Gi 1/N"), unless the table has an `add` method (its rows are created by the
+//      user, as VCL subnets are) or is listed by keyed_by_group() (its string names something
+//      other than a port);
+//   3. the rows below are merged over that, field by field: VLAN 1 named "default" with every
+//      port in it, link and speed on most ports, auto-negotiation and a 10240-byte MTU, the usual
+//      protocol timers, a few learned MAC addresses, eight queues per port, and so on.
+// Every other keyed table starts empty.
+
+#include <json/value.h>
+
+#include <string>
+#include <vector>
+
+#include "sim/traffic.h"
+
+namespace zolt_sim {
+
+// One hand-written row: `value` holds some members of the table's record and is merged over the
+// row's default; null keeps the default as it is, and any other value replaces it whole. `key` is
+// the key array, null for a singleton.
+struct SeedRow {
+    std::string table;
+    Json::Value key;
+    Json::Value value;
+};
+
+std::vector<SeedRow> realistic_rows(const std::vector<std::string>& ports, const Traffic& traffic);
+
+// Tables keyed by one string that names an aggregation group rather than a port.
+bool keyed_by_group(const std::string& table);
+
+// The VLAN every port belongs to on a fresh switch.
+constexpr int kDefaultVlan = 1;
+
+}  // namespace zolt_sim

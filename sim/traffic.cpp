@@ -1,0 +1,169 @@
+#include "sim/traffic.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace zolt_sim {
+namespace {
+
+enum class Direction { rx, tx };
+enum class Unit { octets, packets };
+
+// One counter field: which way its traffic flows, what it counts and its share of that.
+struct Share {
+    const char* field;
+    Direction direction;
+    Unit unit;
+    double share;
+};
+
+struct CounterTable {
+    const char* table;
+    const Share* shares;
+    std::size_t count;
+};
+
+// The mean frame size that the size buckets below add up to (about 460 octets), used to turn
+// octets into packets.
+constexpr double kMeanFrame = 460.0;
+
+constexpr std::chrono::hours kUptime{1};
+
+constexpr Share kRmon[] = {
+    {"RxOctets", Direction::rx, Unit::octets, 1.0},
+    {"RxPkts", Direction::rx, Unit::packets, 1.0},
+    {"RxBroadcastPkts", Direction::rx, Unit::packets, 0.02},
+    {"RxMulticastPkts", Direction::rx, Unit::packets, 0.05},
+    {"Rx64Pkts", Direction::rx, Unit::packets, 0.35},
+    {"Rx65to127Pkts", Direction::rx, Unit::packets, 0.15},
+    {"Rx128to255Pkts", Direction::rx, Unit::packets, 0.10},
+    {"Rx256to511Pkts", Direction::rx, Unit::packets, 0.08},
+    {"Rx512to1023Pkts", Direction::rx, Unit::packets, 0.07},
+    {"Rx1024to1518Pkts", Direction::rx, Unit::packets, 0.25},
+    {"TxOctets", Direction::tx, Unit::octets, 1.0},
+    {"TxPkts", Direction::tx, Unit::packets, 1.0},
+    {"TxBroadcastPkts", Direction::tx, Unit::packets, 0.02},
+    {"TxMulticastPkts", Direction::tx, Unit::packets, 0.05},
+    {"Tx64Pkts", Direction::tx, Unit::packets, 0.35},
+    {"Tx65to127Pkts", Direction::tx, Unit::packets, 0.15},
+    {"Tx128to255Pkts", Direction::tx, Unit::packets, 0.10},
+    {"Tx256to511Pkts", Direction::tx, Unit::packets, 0.08},
+    {"Tx512to1023Pkts", Direction::tx, Unit::packets, 0.07},
+    {"Tx1024to1518Pkts", Direction::tx, Unit::packets, 0.25},
+};
+
+constexpr Share kIfGroup[] = {
+    {"RxOctets", Direction::rx, Unit::octets, 1.0},
+    {"RxUnicastPkts", Direction::rx, Unit::packets, 0.93},
+    {"RxMulticastPkts", Direction::rx, Unit::packets, 0.05},
+    {"RxBroadcastPkts", Direction::rx, Unit::packets, 0.02},
+    {"RxNonUnicastPkts", Direction::rx, Unit::packets, 0.07},
+    {"TxOctets", Direction::tx, Unit::octets, 1.0},
+    {"TxUnicastPkts", Direction::tx, Unit::packets, 0.93},
+    {"TxMulticastPkts", Direction::tx, Unit::packets, 0.05},
+    {"TxBroadcastPkts", Direction::tx, Unit::packets, 0.02},
+    {"TxNonUnicastPkts", Direction::tx, Unit::packets, 0.07},
+};
+
+// Frames dropped by the bridge for want of a forwarding decision: one in a thousand.
+constexpr Share kBridge[] = {
+    {"RxBridgeDiscard", Direction::rx, Unit::packets, 0.001},
+};
+
+// Per queue; the queue's own share is applied on top (see queue_share).
+constexpr Share kQueues[] = {
+    {"RxPrio", Direction::rx, Unit::packets, 1.0},
+    {"TxPrio", Direction::tx, Unit::packets, 1.0},
+};
+
+// Flow control is off on every port, so the ethernet-like pause counters stay as stored.
+constexpr CounterTable kTables[] = {
+    {"port.statistics.rmon", kRmon, sizeof kRmon / sizeof kRmon[0]},
+    {"port.statistics.if-group", kIfGroup, sizeof kIfGroup / sizeof kIfGroup[0]},
+    {"port.statistics.bridge", kBridge, sizeof kBridge / sizeof kBridge[0]},
+    {"port.statistics.queues", kQueues, sizeof kQueues / sizeof kQueues[0]},
+    {"port.statistics.ethernet-like", nullptr, 0},
+};
+
+const CounterTable* find_table(const std::string& table) {
+    for (const CounterTable& entry : kTables) {
+        if (table == entry.table) return &entry;
+    }
+    return nullptr;
+}
+
+// Best effort goes to queue 0, network control to queue 7, the rest spread over 1 to 6.
+double queue_share(const Json::Value& key) {
+    if (!key.isArray() || key.size() < 2 || !key[1u].isInt()) return 0.0;
+    const int queue = key[1u].asInt();
+    if (queue == 0) return 0.85;
+    if (queue == 7) return 0.05;
+    if (queue >= 1 && queue <= 6) return 0.10 / 6;
+    return 0.0;
+}
+
+}  // namespace
+
+Traffic::Traffic(const std::vector<std::string>& ports, Clock::time_point now) {
+    for (std::size_t i = 0; i < ports.size(); ++i) {
+        PortProfile profile;
+        profile.link = (i + 1) % 4 != 0;
+        if (profile.link) {
+            const double line_octets = (i == 1 ? 100e6 : 1e9) / 8;
+            profile.speed = i == 1 ? "s100M" : "s1G";
+            profile.rx_octets_per_second = line_octets * (0.02 + 0.01 * static_cast<double>(i % 3));
+            profile.tx_octets_per_second =
+                line_octets * (0.015 + 0.01 * static_cast<double>(i % 2));
+        }
+        ports_[ports[i]] = Port{profile, now - kUptime};
+    }
+}
+
+PortProfile Traffic::profile(const std::string& port) const {
+    auto found = ports_.find(port);
+    return found == ports_.end() ? PortProfile{} : found->second.profile;
+}
+
+bool Traffic::counts(const std::string& table) { return find_table(table) != nullptr; }
+
+Json::Value Traffic::read(const std::string& table, const Json::Value& key, const Json::Value& base,
+                          Clock::time_point now) const {
+    const CounterTable* counters = find_table(table);
+    if (counters == nullptr || !base.isObject() || !key.isArray() || key.empty() ||
+        !key[0u].isString()) {
+        return base;
+    }
+    auto port = ports_.find(key[0u].asString());
+    if (port == ports_.end() || !port->second.profile.link) return base;
+
+    const double seconds = std::chrono::duration<double>(now - port->second.since).count();
+    const double extra_share =
+        std::strcmp(counters->table, "port.statistics.queues") == 0 ? queue_share(key) : 1.0;
+    Json::Value value = base;
+    for (std::size_t i = 0; i < counters->count; ++i) {
+        const Share& share = counters->shares[i];
+        if (!value.isMember(share.field)) continue;
+        Json::Value& field = value[share.field];
+        if (!field.isUInt64()) continue;
+        const PortProfile& profile = port->second.profile;
+        double amount = seconds * (share.direction == Direction::rx ? profile.rx_octets_per_second
+                                                                    : profile.tx_octets_per_second);
+        if (share.unit == Unit::packets) amount /= kMeanFrame;
+        amount *= share.share * extra_share;
+        field = Json::Value(
+            static_cast<Json::UInt64>(field.asUInt64() + static_cast<std::uint64_t>(amount)));
+    }
+    return value;
+}
+
+void Traffic::restart(const std::string& port, Clock::time_point now) {
+    auto found = ports_.find(port);
+    if (found != ports_.end()) found->second.since = now;
+}
+
+void Traffic::restart_all(Clock::time_point now) {
+    for (auto& entry : ports_) entry.second.since = now;
+}
+
+}  // namespace zolt_sim
