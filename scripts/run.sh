@@ -1,9 +1,33 @@
 #!/usr/bin/env bash
-# Sets everything up, builds, and runs the main job: a client handle against a local server
-# and one JSON-RPC exchange.
+# Sets everything up, builds, and runs the main job: the switch simulator on a free port of
+# 127.0.0.1 in the background, the example tour of the library against it, then the simulator's
+# clean stop. Arguments go to the simulator (for instance --fault latency:50 or --log).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 ./scripts/setup.sh
 ./scripts/build.sh build -DCMAKE_BUILD_TYPE=RelWithDebInfo
-./build/examples/hello_switch "$@"
+
+out=$(mktemp)
+./build/sim/zolt-switch-sim --port 0 "$@" >"$out" &
+sim=$!
+trap 'kill "$sim" 2>/dev/null || true; rm -f "$out"' EXIT
+
+# The simulator prints "listening on HOST:PORT" once it serves.
+address=
+for _ in $(seq 100); do
+    address=$(sed -n 's/^listening on //p' "$out")
+    [ -n "$address" ] && break
+    kill -0 "$sim" 2>/dev/null || break
+    sleep 0.1
+done
+if [ -z "$address" ]; then
+    echo "run.sh: the simulator did not start" >&2
+    exit 1
+fi
+
+status=0
+./build/examples/switch_tour "http://$address/" admin admin || status=$?
+kill -TERM "$sim"
+wait "$sim"
+exit "$status"
