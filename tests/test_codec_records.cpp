@@ -9,15 +9,11 @@
 #include <string>
 
 #include "client/zoltclient.h"
+#include "support/expect.h"
 
 namespace {
 
-Json::Value json(const std::string& text) {
-    Json::Value value;
-    Json::Reader reader;
-    EXPECT_TRUE(reader.parse(text, value, false)) << text;
-    return value;
-}
+using zolt_test::json;
 
 template <class T>
 void expect_runtime_error(const Json::Value& value, T& target, const char* what) {

@@ -9,24 +9,15 @@
 #include <tuple>
 
 #include "client/zoltclient.h"
+#include "support/expect.h"
 
 namespace {
 
-Json::Value json(const std::string& text) {
-    Json::Value value;
-    Json::Reader reader;
-    EXPECT_TRUE(reader.parse(text, value, false)) << text;
-    return value;
-}
+using zolt_test::json;
 
 template <class T>
 std::string runtime_error_of(const Json::Value& value, T& target) {
-    try {
-        parse(value, target);
-    } catch (const std::runtime_error& e) {
-        return e.what();
-    }
-    return "(no exception)";
+    return zolt_test::runtime_error_of([&] { parse(value, target); });
 }
 
 zolt_mac_t mac(unsigned char a, unsigned char b, unsigned char c, unsigned char d, unsigned char e,

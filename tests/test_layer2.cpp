@@ -12,21 +12,14 @@
 #include <vector>
 
 #include "client/zoltclient.h"
+#include "support/expect.h"
 #include "support/test_server.h"
 
 namespace {
 
 using Bytes = std::vector<unsigned char>;
 using zolt_test::ClientTest;
-
-std::string error_of(const std::function<void()>& call) {
-    try {
-        call();
-    } catch (const std::exception& e) {
-        return e.what();
-    }
-    return "(no exception)";
-}
+using zolt_test::runtime_error_of;
 
 class Layer2 : public ClientTest {};
 
@@ -57,7 +50,7 @@ TEST_F(Layer2, AnOddLengthIdentifierFailsThatFieldOnly) {
     answer["DesignatedRoot"] = "800";
     server.respond_result(Json::FastWriter().write(answer));
     zolt_appl_mstp_bridge_status_t status{};
-    EXPECT_EQ(error_of([&] { zolt_mstp_status_bridge_get(handle(), 0, &status); }),
+    EXPECT_EQ(runtime_error_of([&] { zolt_mstp_status_bridge_get(handle(), 0, &status); }),
               "Unexpected HEX string");
     EXPECT_EQ(status.TopologyChangeCount, 2u) << "fields before the failure are written";
     EXPECT_EQ(status.RootPathCost, 0u);
@@ -66,7 +59,8 @@ TEST_F(Layer2, AnOddLengthIdentifierFailsThatFieldOnly) {
 TEST_F(Layer2, AForceVersionWithoutTextIsNotSent) {
     zolt_appl_mstp_bridge_param_t param{};
     param.ForceVersion = static_cast<zolt_appl_mstp_forceversion_t>(1);
-    EXPECT_EQ(error_of([&] { zolt_mstp_config_bridge_set(handle(), param); }), "out-of-range-enum");
+    EXPECT_EQ(runtime_error_of([&] { zolt_mstp_config_bridge_set(handle(), param); }),
+              "out-of-range-enum");
     EXPECT_EQ(server.count(), 0u);
 }
 
@@ -104,7 +98,7 @@ TEST_F(Layer2, VclMacKeysGoThroughTheStrictAddressCheck) {
     std::map<zolt_mac_t, zolt_appl_vcl_generic_conf_global_t> table;
     server.respond_result(R"([{"key":"0:1:2:3:4:5","val":{"VlanId":-1,"PortList":[]}},
                               {"key":"00-01-02-03-04-06","val":{"VlanId":2,"PortList":[]}}])");
-    EXPECT_EQ(error_of([&] { zolt_vcl_config_mac_get(handle(), &table); }),
+    EXPECT_EQ(runtime_error_of([&] { zolt_vcl_config_mac_get(handle(), &table); }),
               "Mac address is invalid");
     ASSERT_EQ(table.size(), 1u);
     EXPECT_EQ(table.begin()->first.addr[5], 5);
@@ -131,7 +125,7 @@ TEST_F(Layer2, VoiceVlanOuiPrefixesAreHexKeysThatCompareByBytes) {
 TEST_F(Layer2, TheVoiceVlanIdIsUnsignedWhereVclsIsSigned) {
     server.respond_result(R"({"AdminState":true,"VlanId":-1,"AgingTime":0,"TrafficClass":0})");
     zolt_appl_voice_vlan_global_conf_t conf{};
-    EXPECT_EQ(error_of([&] { zolt_voice_vlan_config_global_get(handle(), &conf); }),
+    EXPECT_EQ(runtime_error_of([&] { zolt_voice_vlan_config_global_get(handle(), &conf); }),
               "Unexpected type");
 }
 
@@ -149,7 +143,7 @@ TEST_F(Layer2, TheLocationTableOrdersByElementValue) {
     EXPECT_EQ(location.rbegin()->second.civicAddress, "rack 4");
 
     zolt_lldpmed_ca_type_t element{};
-    EXPECT_EQ(error_of([&] {
+    EXPECT_EQ(runtime_error_of([&] {
                   zolt_lldp_config_med_location_set(
                       handle(), static_cast<zolt_appl_lldp_med_catype_t>(7), element);
               }),
@@ -159,7 +153,7 @@ TEST_F(Layer2, TheLocationTableOrdersByElementValue) {
 TEST_F(Layer2, ThreeMemberKeysWorkOnlyInTheKeyedCall) {
     server.respond_result(R"([{"key":["Gi 1/1",1,2],"val":null}])");
     std::map<std::tuple<std::string, int, int>, zolt_appl_lldp_mgmt_addr_tlv_t> table;
-    EXPECT_EQ(error_of([&] { zolt_lldp_status_neighbors_mgmt_get(handle(), &table); }),
+    EXPECT_EQ(runtime_error_of([&] { zolt_lldp_status_neighbors_mgmt_get(handle(), &table); }),
               "not implemented");
     EXPECT_TRUE(table.empty());
 
@@ -172,10 +166,11 @@ TEST_F(Layer2, ThreeMemberKeysWorkOnlyInTheKeyedCall) {
 
 TEST_F(Layer2, ClearIsANumberNotABoolean) {
     zolt_appl_lldp_global_cnt_t clear{};
-    EXPECT_EQ(error_of([&] { parse(Json::Value(Json::objectValue), clear); }), "Unexpected type");
+    EXPECT_EQ(runtime_error_of([&] { parse(Json::Value(Json::objectValue), clear); }),
+              "Unexpected type");
     Json::Value answer(Json::objectValue);
     answer["Clear"] = true;
-    EXPECT_EQ(error_of([&] { parse(answer, clear); }), "Unexpected type");
+    EXPECT_EQ(runtime_error_of([&] { parse(answer, clear); }), "Unexpected type");
     answer["Clear"] = 1;
     parse(answer, clear);
     EXPECT_EQ(clear.Clear, 1);
@@ -208,16 +203,18 @@ TEST_F(Layer2, ThirtyTwoBitFieldsRefuseLargerNumbersWhere64BitOnesTakeThem) {
 
     server.respond_result(R"({"Disabled":false,"LoopDetected":true,"LoopCount":8589934592,
                               "LastLoop":0})");
-    EXPECT_EQ(error_of([&] { zolt_loop_protect_status_interface_get(handle(), "Gi 1/1", &info); }),
+    EXPECT_EQ(runtime_error_of(
+                  [&] { zolt_loop_protect_status_interface_get(handle(), "Gi 1/1", &info); }),
               "Unexpected type");
 }
 
 TEST_F(Layer2, UdldTextsAreMatchedExactly) {
     zolt_udld_detection_state_t state{};
     parse(Json::Value("inDeterminant"), state);
-    EXPECT_EQ(error_of([&] { parse(Json::Value("indeterminant"), state); }), "out-of-range-enum");
+    EXPECT_EQ(runtime_error_of([&] { parse(Json::Value("indeterminant"), state); }),
+              "out-of-range-enum");
     zolt_appl_udld_mode_t mode{};
-    EXPECT_EQ(error_of([&] { parse(Json::Value("disabled"), mode); }), "out-of-range-enum");
+    EXPECT_EQ(runtime_error_of([&] { parse(Json::Value("disabled"), mode); }), "out-of-range-enum");
     parse(Json::Value("disable"), mode);
     EXPECT_EQ(mode, zolt_appl_udld_mode_disable);
 }

@@ -11,20 +11,13 @@
 #include <vector>
 
 #include "client/zoltclient.h"
+#include "support/expect.h"
 #include "support/test_server.h"
 
 namespace {
 
 using zolt_test::ClientTest;
-
-std::string runtime_error_of(const std::function<void()>& call) {
-    try {
-        call();
-    } catch (const std::runtime_error& e) {
-        return e.what();
-    }
-    return "(no exception)";
-}
+using zolt_test::runtime_error_of;
 
 // --- the request of each call shape ---------------------------------------------------------
 

@@ -6,9 +6,11 @@
 
 #include <cxxabi.h>
 #include <gtest/gtest.h>
+#include <json/json.h>
 
 #include <cstdlib>
 #include <exception>
+#include <stdexcept>
 #include <string>
 #include <typeinfo>
 
@@ -41,6 +43,26 @@ template <class E, class F>
         return ::testing::AssertionFailure() << "threw something not derived from std::exception";
     }
     return ::testing::AssertionFailure() << "threw nothing";
+}
+
+// The JSON value of a test's literal text, read the way the library reads answers.
+inline Json::Value json(const std::string& text) {
+    Json::Value value;
+    Json::Reader reader;
+    EXPECT_TRUE(reader.parse(text, value, false)) << text;
+    return value;
+}
+
+// The text of the std::runtime_error that `statement` throws, or "(no exception)". Any other
+// exception escapes and fails the test.
+template <class F>
+std::string runtime_error_of(F&& statement) {
+    try {
+        statement();
+    } catch (const std::runtime_error& e) {
+        return e.what();
+    }
+    return "(no exception)";
 }
 
 }  // namespace zolt_test
