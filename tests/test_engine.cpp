@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <map>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -17,79 +18,6 @@
 using zolt_test::ClientTest;
 
 namespace {
-
-// Records and enumerations of the kind the generator writes, with their serializers found by
-// argument-dependent lookup just like the generated ones.
-// A fixed underlying type, as generated, makes values without a name well-defined.
-enum test_vlan_mode_t : int { test_vlan_mode_access = 0, test_vlan_mode_trunk = 1 };
-
-Json::Value serialize(test_vlan_mode_t value) {
-    switch (value) {
-        case test_vlan_mode_access:
-            return Json::Value("access");
-        case test_vlan_mode_trunk:
-            return Json::Value("trunk");
-    }
-    throw std::runtime_error("out-of-range-enum");
-}
-
-struct test_aggr_mode_t {
-    bool SmacAddr;
-    bool DmacAddr;
-    bool SourceAndDestinationIpAddr;
-    bool TcpOrUdpSportAndDportNo;
-};
-
-Json::Value serialize(const test_aggr_mode_t& value) {
-    Json::Value object(Json::objectValue);
-    object["SmacAddr"] = zolt::to_json(value.SmacAddr);
-    object["DmacAddr"] = zolt::to_json(value.DmacAddr);
-    object["SourceAndDestinationIpAddr"] = zolt::to_json(value.SourceAndDestinationIpAddr);
-    object["TcpOrUdpSportAndDportNo"] = zolt::to_json(value.TcpOrUdpSportAndDportNo);
-    return object;
-}
-
-struct test_vlan_port_conf_t {
-    test_vlan_mode_t Mode;
-    unsigned short AccessVlan;
-    unsigned short TrunkNativeVlan;
-    bool TrunkTagNativeVlan;
-    std::vector<unsigned short> TrunkVlans;
-    std::string HybridPortType;
-    bool HybridIngressFiltering;
-    std::string HybridIngressAcceptance;
-    std::string HybridEgressTagging;
-    unsigned short HybridNativeVlan;
-    std::vector<unsigned short> HybridVlans;
-    std::vector<unsigned short> ForbiddenVlans;
-};
-
-Json::Value serialize(const test_vlan_port_conf_t& value) {
-    Json::Value object(Json::objectValue);
-    object["Mode"] = zolt::to_json(value.Mode);
-    object["AccessVlan"] = zolt::to_json(value.AccessVlan);
-    object["TrunkNativeVlan"] = zolt::to_json(value.TrunkNativeVlan);
-    object["TrunkTagNativeVlan"] = zolt::to_json(value.TrunkTagNativeVlan);
-    object["TrunkVlans"] = zolt::to_json(value.TrunkVlans);
-    object["HybridPortType"] = zolt::to_json(value.HybridPortType);
-    object["HybridIngressFiltering"] = zolt::to_json(value.HybridIngressFiltering);
-    object["HybridIngressAcceptance"] = zolt::to_json(value.HybridIngressAcceptance);
-    object["HybridEgressTagging"] = zolt::to_json(value.HybridEgressTagging);
-    object["HybridNativeVlan"] = zolt::to_json(value.HybridNativeVlan);
-    object["HybridVlans"] = zolt::to_json(value.HybridVlans);
-    object["ForbiddenVlans"] = zolt::to_json(value.ForbiddenVlans);
-    return object;
-}
-
-struct test_stack_addr_conf_t {
-    std::vector<std::string> PortList;
-};
-
-Json::Value serialize(const test_stack_addr_conf_t& value) {
-    Json::Value object(Json::objectValue);
-    object["PortList"] = zolt::to_json(value.PortList);
-    return object;
-}
 
 const zolt_mac_t kMac = {{0x00, 0x1F, 0xA2, 0x0B, 0x3C, 0xD4}};
 
@@ -130,7 +58,7 @@ TEST_F(Engine, EachScalarKindAsTheOnlyArgument) {
     EXPECT_EQ(posted("m", static_cast<unsigned char>(255)), request_text("m", "[ 255 ]"));
     EXPECT_EQ(posted("m", 4294967295u), request_text("m", "[ 4294967295 ]"));
     EXPECT_EQ(posted("m", kMac), request_text("m", R"([ "00:1F:A2:0B:3C:D4" ])"));
-    EXPECT_EQ(posted("m", test_vlan_mode_trunk), request_text("m", R"([ "trunk" ])"));
+    EXPECT_EQ(posted("m", zolt_appl_vlan_port_mode_trunk), request_text("m", R"([ "trunk" ])"));
 }
 
 TEST_F(Engine, SeveralArgumentsKeepTheirPositions) {
@@ -171,9 +99,16 @@ TEST_F(Engine, LongOrNonAsciiTextIsWrittenTheStyledWay) {
               request_text("m", R"([ "a\"b\\c\td\u00fc" ])"));
 }
 
+// The worked examples of the wire form, through the typed functions that send them.
+
 TEST_F(Engine, WorkedExampleAggregationModeSet) {
-    const test_aggr_mode_t mode = {true, false, true, true};
-    EXPECT_EQ(posted("aggregation.config.mode.set", mode), R"({
+    zolt_aggr_mode_t mode{};
+    mode.SmacAddr = true;
+    mode.SourceAndDestinationIpAddr = true;
+    mode.TcpOrUdpSportAndDportNo = true;
+    server.respond_result("null");
+    EXPECT_EQ(zolt_aggregation_config_mode_set(handle(), mode), 0);
+    EXPECT_EQ(server.last().body, R"({
    "id" : "jsonrpc",
    "method" : "aggregation.config.mode.set",
    "params" : [
@@ -189,13 +124,18 @@ TEST_F(Engine, WorkedExampleAggregationModeSet) {
 }
 
 TEST_F(Engine, WorkedExamplePortConfigGet) {
-    EXPECT_EQ(posted("port.config.get", std::string("Gi 1/1")), R"({
+    zolt_appl_port_mib_conf_t conf{};
+    std::map<std::string, zolt_appl_port_mib_conf_t> table;
+    server.respond_error(R"({"code":7,"message":"no such entry"})");
+    EXPECT_EQ(zolt_port_config_get(handle(), "Gi 1/1", &conf), 7);
+    EXPECT_EQ(server.last().body, R"({
    "id" : "jsonrpc",
    "method" : "port.config.get",
    "params" : [ "Gi 1/1" ]
 }
 )");
-    EXPECT_EQ(posted("port.config.get"), R"({
+    EXPECT_EQ(zolt_port_config_get(handle(), &table), 7);
+    EXPECT_EQ(server.last().body, R"({
    "id" : "jsonrpc",
    "method" : "port.config.get",
    "params" : []
@@ -204,19 +144,20 @@ TEST_F(Engine, WorkedExamplePortConfigGet) {
 }
 
 TEST_F(Engine, WorkedExampleVlanInterfaceSet) {
-    test_vlan_port_conf_t conf;
-    conf.Mode = test_vlan_mode_trunk;
+    zolt_appl_vlan_port_conf_t conf{};
+    conf.Mode = zolt_appl_vlan_port_mode_trunk;
     conf.AccessVlan = 1;
     conf.TrunkNativeVlan = 1;
-    conf.TrunkTagNativeVlan = false;
     conf.TrunkVlans = {1, 10, 20};
-    conf.HybridPortType = "c";
+    conf.HybridPortType = zolt_appl_vlan_port_type_c;
     conf.HybridIngressFiltering = true;
-    conf.HybridIngressAcceptance = "all";
-    conf.HybridEgressTagging = "untagThis";
+    conf.HybridIngressAcceptance = zolt_vlan_frame_all;
+    conf.HybridEgressTagging = zolt_appl_vlan_tx_tag_type_untagThis;
     conf.HybridNativeVlan = 1;
     conf.HybridVlans = {1};
-    EXPECT_EQ(posted("vlan.config.interface.set", std::string("Gi 1/1"), conf), R"({
+    server.respond_result("null");
+    EXPECT_EQ(zolt_vlan_config_interface_set(handle(), "Gi 1/1", conf), 0);
+    EXPECT_EQ(server.last().body, R"({
    "id" : "jsonrpc",
    "method" : "vlan.config.interface.set",
    "params" : [
@@ -241,9 +182,11 @@ TEST_F(Engine, WorkedExampleVlanInterfaceSet) {
 }
 
 TEST_F(Engine, WorkedExampleMacStaticAdd) {
-    const test_stack_addr_conf_t conf = {{"Gi 1/1", "Gi 1/2"}};
-    EXPECT_EQ(posted("mac.config.fdb.static.add", static_cast<unsigned short>(1), kMac, conf),
-              R"({
+    zolt_appl_mac_stack_addr_entry_conf_t conf{};
+    conf.PortList = {"Gi 1/1", "Gi 1/2"};
+    server.respond_result("null");
+    EXPECT_EQ(zolt_mac_config_fdb_static_add(handle(), 1, kMac, conf), 0);
+    EXPECT_EQ(server.last().body, R"({
    "id" : "jsonrpc",
    "method" : "mac.config.fdb.static.add",
    "params" : [
@@ -258,9 +201,9 @@ TEST_F(Engine, WorkedExampleMacStaticAdd) {
 }
 
 TEST_F(Engine, AnArgumentThatCannotBeEncodedStopsTheCallBeforeThePost) {
-    EXPECT_THROW_EXACT(
-        zolt_json_rpc_call(client(), "m", std::string("Gi 1/1"), static_cast<test_vlan_mode_t>(7)),
-        std::runtime_error, "out-of-range-enum");
+    EXPECT_THROW_EXACT(zolt_json_rpc_call(client(), "m", std::string("Gi 1/1"),
+                                          static_cast<zolt_appl_vlan_port_mode_t>(7)),
+                       std::runtime_error, "out-of-range-enum");
     EXPECT_EQ(server.count(), 0u);
 }
 

@@ -64,49 +64,6 @@ TEST_F(CallShapes, KeysOfSeveralKindsGoInPositionalOrder) {
     EXPECT_EQ(members, (std::vector<std::string>{"Gi 1/1"}));
 }
 
-TEST_F(CallShapes, SetSendsKeysThenTheValueObject) {
-    server.respond_result("null");
-    zolt_aggr_mode_t mode{};
-    mode.SmacAddr = true;
-    mode.DmacAddr = false;
-    mode.SourceAndDestinationIpAddr = true;
-    mode.TcpOrUdpSportAndDportNo = true;
-    EXPECT_EQ(zolt_aggregation_config_mode_set(handle(), mode), 0);
-    EXPECT_EQ(server.last().body,
-              "{\n"
-              "   \"id\" : \"jsonrpc\",\n"
-              "   \"method\" : \"aggregation.config.mode.set\",\n"
-              "   \"params\" : [\n"
-              "      {\n"
-              "         \"DmacAddr\" : false,\n"
-              "         \"SmacAddr\" : true,\n"
-              "         \"SourceAndDestinationIpAddr\" : true,\n"
-              "         \"TcpOrUdpSportAndDportNo\" : true\n"
-              "      }\n"
-              "   ]\n"
-              "}\n");
-}
-
-TEST_F(CallShapes, AddSendsVlanMacTextAndTheEntry) {
-    server.respond_result("null");
-    zolt_appl_mac_stack_addr_entry_conf_t entry{};
-    entry.PortList = {"Gi 1/1", "Gi 1/2"};
-    const zolt_mac_t address{{0x00, 0x1f, 0xa2, 0x0b, 0x3c, 0xd4}};
-    EXPECT_EQ(zolt_mac_config_fdb_static_add(handle(), 1, address, entry), 0);
-    EXPECT_EQ(server.last().body,
-              "{\n"
-              "   \"id\" : \"jsonrpc\",\n"
-              "   \"method\" : \"mac.config.fdb.static.add\",\n"
-              "   \"params\" : [\n"
-              "      1,\n"
-              "      \"00:1F:A2:0B:3C:D4\",\n"
-              "      {\n"
-              "         \"PortList\" : [ \"Gi 1/1\", \"Gi 1/2\" ]\n"
-              "      }\n"
-              "   ]\n"
-              "}\n");
-}
-
 TEST_F(CallShapes, DelSendsOnlyTheKeyAndARecordKeyGoesAsAnObject) {
     server.respond_result("null");
     zolt_appl_vcl_proto_group_conf_proto_t group{};
