@@ -53,9 +53,9 @@ def main(library, manifest):
     plain = set()
     for line in out.splitlines():
         parts = line.split(" ", 2)
-        if len(parts) < 3 or parts[1] not in "TtWw":
+        if len(parts) < 3:
             continue
-        name = parts[2]
+        name = parts[2]  # every defined symbol counts, data as well as code
         if name in C_NAMES:
             plain.add(name)
         elif name.startswith("zolt_") and "(" in name:
