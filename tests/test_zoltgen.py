@@ -130,5 +130,94 @@ class Output(unittest.TestCase):
         self.assertIn("demo\tzolt_demo_config_get\tdemo.config.get\tget_all", first["schema/manifest.tsv"])
 
 
+EVERY_FORM = """\
+family every
+
+record zolt_every_inner_t
+    "Name"        string
+
+record zolt_every_t
+    "Flag"        bool
+    "U8"          u8
+    "U16"         u16
+    "U32"         u32
+    "U64"         u64
+    "I16"         i16
+    "I32"         i32
+    "I64"         i64
+    "Text"        string
+    "Mac"         zolt_mac_t
+    "Bytes"       byte list
+    "Names"       list of string
+    "Vlans"       list of u16
+    "Oid"         list of u32
+    "When"        timestamp
+    "Route"       zolt_ipv4_uc_t
+    "Port"        NAS_ifindex_index
+    "Inner"       zolt_every_inner_t
+    "Kind"        zolt_every_kind_t
+
+enum zolt_every_kind_t
+    -1  "none"
+    10  "ten-ish"
+
+methods
+    "every.bare"                 -                                     -> -
+    "every.one.get"              -                                     -> zolt_every_t
+    "every.one.set"              zolt_every_t                          -> -
+    "every.row.get"              string, int, unsigned int, zolt_every_kind_t -> zolt_every_t
+    "every.row.exists.get"       zolt_mac_t, unsigned char, unsigned short const& -> -
+    "every.row.add"              zolt_ipv4_uc_t, zolt_every_t          -> -
+    "every.row.del"              NAS_ifindex_index                     -> -
+    "every.flag.get"             unsigned short                        -> bool
+    "every.count.get"            string                                -> unsigned int
+    "every.short.get"            string                                -> unsigned short
+    "every.list.get"             string, int                           -> vector<string>
+    "every.t1.get"               -   -> map<string, zolt_every_t>
+    "every.t2.get"               -   -> map<int, bool>
+    "every.t3.get"               -   -> map<unsigned int, unsigned int>
+    "every.t4.get"               -   -> map<unsigned short, unsigned short>
+    "every.t5.get"               -   -> map<unsigned char, string>
+    "every.t6.get"               -   -> map<zolt_mac_t, vector<string>>
+    "every.t7.get"               -   -> map<zolt_ipv4_uc_t, tuple<>>
+    "every.t8.get"               -   -> map<zolt_every_kind_t, zolt_every_inner_t>
+    "every.t9.get"               -   -> map<tuple<string, int>, zolt_every_t>
+    "every.t10.get"              -   -> map<tuple<unsigned short, zolt_mac_t>, zolt_every_t>
+    "every.t11.get"              -   -> map<tuple<int, zolt_every_kind_t>, zolt_every_t>
+    "every.t12.get"              -   -> map<tuple<string, int, int>, zolt_every_t>
+    "every.t13.get"              -   -> map<tuple<string, string, string, string>, tuple<>>
+"""
+
+
+class Compiles(unittest.TestCase):
+    """Every type word, argument form, output and key form compiles, also those that no family
+    of the schema uses yet."""
+
+    def test_every_form_compiles(self):
+        import shutil
+        compiler = os.environ.get("CXX") or shutil.which("c++") or shutil.which("g++")
+        if not compiler:
+            self.skipTest("no C++ compiler")
+        with tempfile.TemporaryDirectory() as tmp:
+            os.makedirs(os.path.join(tmp, "schema", "ports"))
+            with open(os.path.join(tmp, "schema", "ports", "every.schema"), "w") as f:
+                f.write(EVERY_FORM)
+            out = os.path.join(tmp, "gen")
+            gen = subprocess.run([sys.executable, GENERATOR, os.path.join(tmp, "schema"),
+                                  "--out", out], capture_output=True, text=True)
+            self.assertEqual(gen.returncode, 0, gen.stderr)
+            with open(os.path.join(out, "schema", "ports", "every.h")) as f:
+                header = f.read()
+            self.assertIn("zolt_every_kind_ten_ish = 10,", header)
+            self.assertIn("time_t When{};", header)
+            for source in ("schema/ports/every.cpp", "sim/methods.cpp", "tests/sweep.cpp"):
+                cc = subprocess.run(
+                    [compiler, "-std=c++17", "-Wall", "-Wextra", "-Werror", "-fsyntax-only",
+                     "-I", ROOT, "-I", os.path.join(ROOT, "tests"), "-I", out,
+                     "-I", "/usr/include/jsoncpp", os.path.join(out, source)],
+                    capture_output=True, text=True)
+                self.assertEqual(cc.returncode, 0, source + "\n" + cc.stderr[-3000:])
+
+
 if __name__ == "__main__":
     unittest.main()
