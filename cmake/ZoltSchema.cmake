@@ -4,8 +4,8 @@
 #
 # Defines ZOLT_GENERATED_SOURCES, ZOLT_GENERATED_HEADERS, ZOLT_GENERATED_INCLUDE_DIR,
 # ZOLT_GENERATED_MANIFEST, ZOLT_GENERATED_SIM_SOURCES, ZOLT_GENERATED_SWEEP (one call of every
-# typed function), ZOLT_GENERATED_INCLUDE_CHECKS (one translation unit per family header) and
-# the target zolt_generate.
+# typed function), ZOLT_GENERATED_INCLUDE_CHECKS (one translation unit per family header),
+# ZOLT_GENERATED_DOCS (one reference page per family) and the target zolt_generate.
 
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 
@@ -19,6 +19,7 @@ list(SORT ZOLT_SCHEMA_FILES)
 
 set(ZOLT_GENERATED_SOURCES "")
 set(ZOLT_GENERATED_INCLUDE_CHECKS "")
+set(ZOLT_GENERATED_DOCS "")
 set(ZOLT_GENERATED_HEADERS "${ZOLT_GENERATED_INCLUDE_DIR}/schema/families.h")
 foreach(schema_file IN LISTS ZOLT_SCHEMA_FILES)
     file(RELATIVE_PATH rel "${PROJECT_SOURCE_DIR}/schema" "${schema_file}")
@@ -28,6 +29,7 @@ foreach(schema_file IN LISTS ZOLT_SCHEMA_FILES)
     get_filename_component(family "${schema_file}" NAME_WE)
     list(APPEND ZOLT_GENERATED_INCLUDE_CHECKS
          "${ZOLT_GENERATED_INCLUDE_DIR}/tests/include_${family}.cpp")
+    list(APPEND ZOLT_GENERATED_DOCS "${ZOLT_GENERATED_INCLUDE_DIR}/docs/${family}.md")
 endforeach()
 
 # The stamp is the rule's only declared output; the generator rewrites a file only when its text
@@ -38,6 +40,7 @@ add_custom_command(
     BYPRODUCTS ${ZOLT_GENERATED_SOURCES} ${ZOLT_GENERATED_HEADERS}
                "${ZOLT_GENERATED_MANIFEST}" ${ZOLT_GENERATED_SIM_SOURCES}
                "${ZOLT_GENERATED_SWEEP}" ${ZOLT_GENERATED_INCLUDE_CHECKS}
+               ${ZOLT_GENERATED_DOCS}
     COMMAND Python3::Interpreter "${PROJECT_SOURCE_DIR}/tools/zoltgen.py"
             "${PROJECT_SOURCE_DIR}/schema" --out "${ZOLT_GENERATED_INCLUDE_DIR}"
             --stamp "${zolt_stamp}"

@@ -118,7 +118,7 @@ class Output(unittest.TestCase):
         self.assertEqual(proc1.returncode, 0, proc1.stderr)
         self.assertEqual(first, second)
         self.assertEqual(sorted(first), [
-            "schema/families.h", "schema/manifest.tsv", "schema/ports/demo.cpp",
+            "docs/demo.md", "schema/families.h", "schema/manifest.tsv", "schema/ports/demo.cpp",
             "schema/ports/demo.h", "sim/methods.cpp", "tests/include_demo.cpp",
             "tests/sweep.cpp"])
         header = first["schema/ports/demo.h"]
