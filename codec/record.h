@@ -11,7 +11,9 @@
 #include <json/value.h>
 
 #include <cstddef>
+#include <cstring>
 #include <ctime>
+#include <stdexcept>
 #include <tuple>
 
 #include "codec/scalar.h"
@@ -26,11 +28,23 @@ struct enum_text {
     const char* text;
 };
 
-[[noreturn]] void throw_out_of_range_enum();
-[[noreturn]] void throw_unexpected_type();
+// These helpers are inline on purpose: the table and tuple templates of the public headers call
+// them from the application's own code, where the library's hidden symbols cannot be reached.
+
+[[noreturn]] inline void throw_out_of_range_enum() {
+    throw std::runtime_error("out-of-range-enum");
+}
+
+[[noreturn]] inline void throw_unexpected_type() { throw std::runtime_error("Unexpected type"); }
 
 // True when the JSON string equals `text` exactly: same length, same bytes, no folding.
-bool text_equals(const Json::Value& json, const char* text);
+inline bool text_equals(const Json::Value& json, const char* text) {
+    const char* begin = nullptr;
+    const char* end = nullptr;
+    if (!json.getString(&begin, &end)) return false;
+    const std::size_t length = static_cast<std::size_t>(end - begin);
+    return length == std::strlen(text) && std::memcmp(begin, text, length) == 0;
+}
 
 template <class E, std::size_t N>
 Json::Value enum_to_json(const enum_text<E> (&table)[N], E value) {
@@ -58,6 +72,11 @@ void enum_from_json(const enum_text<E> (&table)[N], const Json::Value& json, E& 
 // (every member then reads as null), but an array, number, string or boolean in a record's place
 // is a logic error of the caller's data. JsonCpp's own exception for this neither derives from
 // std::logic_error nor names the lookup the way callers match on, so it is raised here instead.
-void require_record(const Json::Value& json);
+inline void require_record(const Json::Value& json) {
+    if (!json.isObject() && !json.isNull()) {
+        throw std::logic_error(
+            "in Json::Value::find(key, end, found): requires objectValue or nullValue");
+    }
+}
 
 }  // namespace zolt
