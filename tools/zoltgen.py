@@ -446,11 +446,12 @@ class Loader:
                     self.fail(fam, line, "an output takes no const&")
             m = Method(rpc, args, out, line)
             m.shape = self.shape(fam, m)
-            signature = (m.exported, tuple((a.type.cpp, a.by_ref) for a in args), out.cpp if out else None)
-            params = signature[:2]
-            if params in seen:
-                self.fail(fam, line, f"duplicate overload of {m.exported} (first at line {seen[params]})")
-            seen[params] = line
+            # Overloads differ in their parameters; the output pointer is one of them.
+            overload = (m.exported, tuple((a.type.cpp, a.by_ref) for a in args),
+                        out.cpp if out else None)
+            if overload in seen:
+                self.fail(fam, line, f"duplicate overload of {m.exported} (first at line {seen[overload]})")
+            seen[overload] = line
             if len(args) > 4:
                 self.fail(fam, line, "a method takes at most four arguments")
             fam.methods.append(m)
