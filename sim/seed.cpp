@@ -5,10 +5,6 @@
 #include <utility>
 
 namespace zolt_sim {
-namespace {
-
-using Members = std::initializer_list<std::pair<const char*, Json::Value>>;
-
 Json::Value object(Members members) {
     Json::Value value(Json::objectValue);
     for (const auto& member : members) value[member.first] = member.second;
@@ -26,6 +22,8 @@ Json::Value names(const std::vector<std::string>& ports) {
     for (const std::string& port : ports) array.append(port);
     return array;
 }
+
+namespace {
 
 // A locally administered address per learned station, distinct per port.
 std::string station_mac(std::size_t port_index) {
@@ -108,6 +106,12 @@ std::vector<SeedRow> realistic_rows(const std::vector<std::string>& ports, const
         rows.push_back({"mstp.config.cist.interface", key({port}),
                         object({{"Enable", true}, {"AdminAutoEdgePort", true}})});
     }
+
+    add_ip_rows(rows, ports);
+    add_multicast_rows(rows, ports);
+    add_qos_rows(rows, ports);
+    add_security_rows(rows, ports);
+    add_management_rows(rows, ports);
     return rows;
 }
 

@@ -16,7 +16,9 @@
 
 #include <json/value.h>
 
+#include <initializer_list>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "sim/traffic.h"
@@ -31,6 +33,20 @@ struct SeedRow {
     Json::Value key;
     Json::Value value;
 };
+
+// Helpers for writing rows by hand: an object from members, a key array from its members, and
+// the array of the given interface names.
+using Members = std::initializer_list<std::pair<const char*, Json::Value>>;
+Json::Value object(Members members);
+Json::Value key(std::initializer_list<Json::Value> members);
+Json::Value names(const std::vector<std::string>& ports);
+
+// Each subsystem's overlay lives in sim/seed_<subsystem>.cpp and appends its rows.
+void add_ip_rows(std::vector<SeedRow>& rows, const std::vector<std::string>& ports);
+void add_multicast_rows(std::vector<SeedRow>& rows, const std::vector<std::string>& ports);
+void add_qos_rows(std::vector<SeedRow>& rows, const std::vector<std::string>& ports);
+void add_security_rows(std::vector<SeedRow>& rows, const std::vector<std::string>& ports);
+void add_management_rows(std::vector<SeedRow>& rows, const std::vector<std::string>& ports);
 
 std::vector<SeedRow> realistic_rows(const std::vector<std::string>& ports, const Traffic& traffic);
 
