@@ -7,6 +7,7 @@
 // is passed as `void*` to the typed methods, by one thread at a time.
 
 #include "client/rest.h"
+#include "client/version.h"
 #include "codec/scalar.h"
 
 #ifdef __cplusplus

@@ -7,6 +7,7 @@ packages=(
     build-essential cmake ninja-build ccache pkg-config python3
     libcurl4-openssl-dev libjsoncpp-dev libcpp-httplib-dev
     libgtest-dev libgmock-dev libbenchmark-dev
+    dpkg-dev lintian
 )
 
 missing=()
