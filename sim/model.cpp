@@ -18,6 +18,7 @@ struct Model::Table {
     std::vector<Canon> values;  // every value codec the table is written with; none if key-only
     Json::Value fresh;          // a new row's value; the union of the defaults if several types
     bool has_add = false;       // rows are created by `add`, so `set` does not create them
+    bool per_port = false;      // a fresh switch holds one default row per port
 
     bool singleton() const { return key_count == 0; }
 };
@@ -129,6 +130,7 @@ void Model::build_catalogue() {
                 slot = std::make_unique<Table>();
                 slot->name = method.table;
                 slot->key_count = method.key_count;
+                slot->per_port = method.per_port;
                 for (int k = 0; k < method.key_count; ++k) slot->key.push_back(method.key[k]);
             }
             table = slot.get();
@@ -179,8 +181,7 @@ void Model::seed() {
         Rows& rows = state_[table.name];
         if (table.singleton()) {
             rows[Json::Value()] = table.fresh;
-        } else if (table.key_count == 1 && table.key[0] == &canon<std::string> && !table.has_add &&
-                   !keyed_by_group(table.name)) {
+        } else if (table.per_port) {
             for (const std::string& port : ports_) {
                 Json::Value key(Json::arrayValue);
                 key.append(port);

@@ -36,10 +36,6 @@ std::string station_mac(std::size_t port_index) {
 
 }  // namespace
 
-bool keyed_by_group(const std::string& table) {
-    return table == "aggregation.status.group" || table == "lacp.status.system";
-}
-
 std::vector<SeedRow> realistic_rows(const std::vector<std::string>& ports, const Traffic& traffic) {
     const Json::Value vlan1(kDefaultVlan);
     std::vector<SeedRow> rows = {

@@ -5,10 +5,8 @@
 // The generated table gives every value a default (zeros, empty texts and lists, enumerations at
 // their first text). The seed is built from it by two rules and one hand-written overlay:
 //   1. every singleton table starts with its default value;
-//   2. every table keyed by exactly one string member starts with one default row per port
-//      ("Gi 1/1" .. "Gi 1/N"), unless the table has an `add` method (its rows are created by the
-//      user, as VCL subnets are) or is listed by keyed_by_group() (its string names something
-//      other than a port);
+//   2. every table the schema marks `per-port` starts with one default row per port
+//      ("Gi 1/1" .. "Gi 1/N");
 //   3. the rows below are merged over that, field by field: VLAN 1 named "default" with every
 //      port in it, link and speed on most ports, auto-negotiation and a 10240-byte MTU, the usual
 //      protocol timers, a few learned MAC addresses, eight queues per port, and so on.
@@ -49,9 +47,6 @@ void add_security_rows(std::vector<SeedRow>& rows, const std::vector<std::string
 void add_management_rows(std::vector<SeedRow>& rows, const std::vector<std::string>& ports);
 
 std::vector<SeedRow> realistic_rows(const std::vector<std::string>& ports, const Traffic& traffic);
-
-// Tables keyed by one string that names an aggregation group rather than a port.
-bool keyed_by_group(const std::string& table);
 
 // The VLAN every port belongs to on a fresh switch.
 constexpr int kDefaultVlan = 1;

@@ -39,6 +39,7 @@ struct MethodInfo {
     Canon key[4];               // each key member's codec
     Canon value;                // the value's codec; null for key-only tables and bare calls
     const char* value_default;  // the value a fresh switch holds, as JSON text; null if none
+    bool per_port;              // a fresh switch holds one default row per port in the table
 };
 
 extern const MethodInfo kMethods[];

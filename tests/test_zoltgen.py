@@ -24,6 +24,9 @@ enum zolt_demo_speed_t
     0   "slow"
     5   "fast"
 
+tables
+    "demo.config"       string                       -> zolt_demo_conf_t    per-port
+
 methods
     "demo.config.get"   string                       -> zolt_demo_conf_t
     "demo.config.get"   -                            -> map<string, zolt_demo_conf_t>
@@ -66,7 +69,7 @@ class Refusals(unittest.TestCase):
 
     def test_unknown_argument_type(self):
         self.refused(GOOD.replace("string, zolt_demo_conf_t     -> -", "string, zolt_nope_t -> -"),
-                     "ports/demo.schema:15", "unknown type 'zolt_nope_t'")
+                     "ports/demo.schema:18", "unknown type 'zolt_nope_t'")
 
     def test_duplicate_key(self):
         self.refused(GOOD.replace('"Speed"     zolt_demo_speed_t',
@@ -81,7 +84,7 @@ class Refusals(unittest.TestCase):
 
     def test_duplicate_overload(self):
         self.refused(GOOD + '    "demo.config.get"   string -> zolt_demo_conf_t\n',
-                     "ports/demo.schema:16", "duplicate overload of zolt_demo_config_get")
+                     "ports/demo.schema:19", "duplicate overload of zolt_demo_config_get")
 
     def test_duplicate_type_across_families(self):
         other = 'family other\n\nenum zolt_demo_speed_t\n    0 "x"\n'
@@ -95,20 +98,123 @@ class Refusals(unittest.TestCase):
 
     def test_wrong_passing(self):
         self.refused(GOOD.replace('"demo.config.get"   string   ', '"demo.config.get"   int const&'),
-                     "ports/demo.schema:13", "passed by value")
+                     "ports/demo.schema:16", "passed by value")
 
     def test_method_outside_its_family(self):
         self.refused(GOOD.replace('"demo.config.set"', '"port.config.set"'),
-                     "ports/demo.schema:15", "does not belong to family")
+                     "ports/demo.schema:18", "does not belong to family")
 
     def test_shape_needs_a_verb(self):
         self.refused(GOOD.replace('"demo.config.set"', '"demo.config.apply"'),
-                     "ports/demo.schema:15", "must end in .set, .add, .del or .get")
+                     "ports/demo.schema:18", "must end in .set, .add, .del or .get")
 
     def test_get_all_takes_no_arguments(self):
         self.refused(GOOD.replace("-                            -> map",
                                   "string                       -> map"),
-                     "ports/demo.schema:14", "takes no arguments")
+                     "ports/demo.schema:17", "takes no arguments")
+
+
+
+TABLED = """\
+family demo
+
+record zolt_demo_conf_t
+    "Enabled"   bool
+
+record zolt_demo_row_t
+    "Name"      string
+
+tables
+    "demo.config"       string                       -> zolt_demo_conf_t    per-port
+    "demo.global"       -                            -> zolt_demo_conf_t
+    "demo.pair"         unsigned short, zolt_mac_t   -> zolt_demo_row_t | zolt_demo_conf_t
+    "demo.members"      string, int                  -> tuple<>
+
+methods
+    "demo.config.get"   string                       -> zolt_demo_conf_t
+    "demo.config.get"   -                            -> map<string, zolt_demo_conf_t>
+    "demo.config.set"   string, zolt_demo_conf_t     -> -
+    "demo.global.get"   -                            -> zolt_demo_conf_t
+    "demo.pair.get"     -                            -> map<tuple<unsigned short, zolt_mac_t>, zolt_demo_row_t>
+    "demo.pair.set"     unsigned short const&, zolt_mac_t, zolt_demo_conf_t -> -
+    "demo.pair.del"     unsigned short const&, zolt_mac_t -> -
+    "demo.members.add"  string, int                  -> -
+    "demo.members.get"  string, int                  -> -
+"""
+
+
+class TableRefusals(Refusals):
+    """Every method fits a table the schema states; the key count comes from the table."""
+
+    def test_tabled_schema_is_accepted(self):
+        proc, produced = run({"ports/demo.schema": TABLED})
+        self.assertEqual(proc.returncode, 0, proc.stderr)
+        # The key-only add sends its two key members and no value.
+        self.assertIn("int zolt_demo_members_add(void* handle, const std::string& key1, int key2)",
+                      " ".join(produced["schema/ports/demo.cpp"].split()))
+
+    def test_method_without_a_table(self):
+        self.refused(TABLED + '    "demo.other.get"   -   -> zolt_demo_conf_t\n',
+                     "ports/demo.schema:25", 'table "demo.other", which the tables block does not declare')
+
+    def test_table_without_a_method(self):
+        self.refused(TABLED.replace('    "demo.global.get"   -                            -> zolt_demo_conf_t\n', ""),
+                     "ports/demo.schema:11", 'table "demo.global" is used by no method')
+
+    def test_set_missing_a_key_member(self):
+        self.refused(TABLED.replace('"demo.pair.set"     unsigned short const&, zolt_mac_t,',
+                                    '"demo.pair.set"     zolt_mac_t,'),
+                     "ports/demo.schema:21", "key members (unsigned short, zolt_mac_t) then one value")
+
+    def test_set_of_a_value_the_table_does_not_hold(self):
+        self.refused(TABLED.replace("string, zolt_demo_conf_t     -> -", "string, zolt_demo_row_t -> -"),
+                     "ports/demo.schema:18", "one of its values (zolt_demo_conf_t)")
+
+    def test_get_all_with_the_wrong_key(self):
+        self.refused(TABLED.replace("map<tuple<unsigned short, zolt_mac_t>", "map<tuple<int, zolt_mac_t>"),
+                     "ports/demo.schema:20", "the map's key must be its key members")
+
+    def test_keyed_get_with_the_wrong_arguments(self):
+        self.refused(TABLED.replace('"demo.config.get"   string    ', '"demo.config.get"   int       '),
+                     "ports/demo.schema:16", "the arguments must be its key members (std::string)")
+
+    def test_singleton_get_of_a_keyed_table(self):
+        self.refused(TABLED.replace('"demo.global"       -      ', '"demo.global"       string '),
+                     "ports/demo.schema:19", "reads a singleton")
+
+    def test_key_only_table_written_with_a_value(self):
+        self.refused(TABLED.replace('"demo.members.add"  string, int', '"demo.members.add"  string, int, bool'),
+                     "ports/demo.schema:23", "key-only table is written with its key members")
+
+    def test_per_port_needs_one_string_key(self):
+        self.refused(TABLED.replace('"demo.global"       -                            -> zolt_demo_conf_t',
+                                    '"demo.global"       -                            -> zolt_demo_conf_t  per-port'),
+                     "ports/demo.schema:11", "'per-port' needs a table keyed by exactly one string")
+
+    def test_per_port_table_has_no_add(self):
+        self.refused(TABLED + '    "demo.config.add"   string, zolt_demo_conf_t  -> -\n',
+                     "ports/demo.schema:25", "marked per-port")
+
+    def test_unknown_marker(self):
+        self.refused(TABLED.replace("zolt_demo_conf_t    per-port", "zolt_demo_conf_t    per-vlan"),
+                     "ports/demo.schema:10", "unknown marker 'per-vlan'")
+
+    def test_table_declared_twice(self):
+        self.refused(TABLED.replace('    "demo.global"       -     ',
+                                    '    "demo.config"       -     '),
+                     "ports/demo.schema:11", 'table "demo.config" is declared again (first at line 10)')
+
+    def test_key_member_with_const_ref(self):
+        self.refused(TABLED.replace('"demo.members"      string, int', '"demo.members"      string const&, int'),
+                     "ports/demo.schema:13", "without const&")
+
+    def test_table_of_another_family(self):
+        self.refused(TABLED.replace('"demo.members"      string', '"other.members"     string'),
+                     "ports/demo.schema:13", 'table "other.members" does not belong to family "demo"')
+
+    def test_value_that_cannot_be_held(self):
+        self.refused(TABLED.replace("-> tuple<>", "-> unsigned char"),
+                     "ports/demo.schema:13", "'unsigned char' cannot be a table value")
 
 
 class Output(unittest.TestCase):
@@ -161,18 +267,49 @@ enum zolt_every_kind_t
     -1  "none"
     10  "ten-ish"
 
+tables
+    "every.one"      -                                            -> zolt_every_t
+    "every.row"      string, int, unsigned int, zolt_every_kind_t -> zolt_every_t
+    "every.exists"   zolt_mac_t, unsigned char, unsigned short    -> tuple<>
+    "every.route"    zolt_ipv4_uc_t                               -> zolt_every_t
+    "every.nas"      NAS_ifindex_index                            -> zolt_every_inner_t
+    "every.flag"     unsigned short                               -> bool
+    "every.count"    string                                       -> unsigned int    per-port
+    "every.short"    string                                       -> unsigned short
+    "every.list"     string, int                                  -> vector<string>
+    "every.multi"    string                                       -> zolt_every_t | zolt_every_inner_t
+    "every.t1"       string                                       -> zolt_every_t
+    "every.t2"       int                                          -> bool
+    "every.t3"       unsigned int                                 -> unsigned int
+    "every.t4"       unsigned short                               -> unsigned short
+    "every.t5"       unsigned char                                -> string
+    "every.t6"       zolt_mac_t                                   -> vector<string>
+    "every.t7"       zolt_ipv4_uc_t                               -> tuple<>
+    "every.t8"       zolt_every_kind_t                            -> zolt_every_inner_t
+    "every.t9"       string, int                                  -> zolt_every_t
+    "every.t10"      unsigned short, zolt_mac_t                   -> zolt_every_t
+    "every.t11"      int, zolt_every_kind_t                       -> zolt_every_t
+    "every.t12"      string, int, int                             -> zolt_every_t
+    "every.t13"      string, string, string, string               -> tuple<>
+
 methods
     "every.bare"                 -                                     -> -
     "every.one.get"              -                                     -> zolt_every_t
     "every.one.set"              zolt_every_t                          -> -
     "every.row.get"              string, int, unsigned int, zolt_every_kind_t -> zolt_every_t
-    "every.row.exists.get"       zolt_mac_t, unsigned char, unsigned short const& -> -
-    "every.row.add"              zolt_ipv4_uc_t, zolt_every_t          -> -
-    "every.row.del"              NAS_ifindex_index                     -> -
+    "every.exists.get"           zolt_mac_t, unsigned char, unsigned short const& -> -
+    "every.exists.add"           zolt_mac_t, unsigned char, unsigned short const& -> -
+    "every.route.add"            zolt_ipv4_uc_t, zolt_every_t          -> -
+    "every.nas.get"              NAS_ifindex_index                     -> zolt_every_inner_t
+    "every.nas.del"              NAS_ifindex_index                     -> -
     "every.flag.get"             unsigned short                        -> bool
     "every.count.get"            string                                -> unsigned int
     "every.short.get"            string                                -> unsigned short
     "every.list.get"             string, int                           -> vector<string>
+    "every.multi.get"            string                                -> zolt_every_t
+    "every.multi.get"            string                                -> zolt_every_inner_t
+    "every.multi.set"            string, zolt_every_t                  -> -
+    "every.multi.set"            string, zolt_every_inner_t            -> -
     "every.t1.get"               -   -> map<string, zolt_every_t>
     "every.t2.get"               -   -> map<int, bool>
     "every.t3.get"               -   -> map<unsigned int, unsigned int>
@@ -210,6 +347,15 @@ class Compiles(unittest.TestCase):
                 header = f.read()
             self.assertIn("zolt_every_kind_ten_ish = 10,", header)
             self.assertIn("time_t When{};", header)
+            # The build writes client/version.h from its template; do the same here.
+            template = os.path.join(ROOT, "cmake", "version.h.in")
+            if os.path.exists(template):
+                import re
+                with open(template) as f:
+                    version = re.sub(r"@PROJECT_VERSION[A-Z_]*@", "0", f.read())
+                os.makedirs(os.path.join(out, "client"), exist_ok=True)
+                with open(os.path.join(out, "client", "version.h"), "w") as f:
+                    f.write(version)
             for source in ("schema/ports/every.cpp", "sim/methods.cpp", "tests/sweep.cpp"):
                 cc = subprocess.run(
                     [compiler, "-std=c++17", "-Wall", "-Wextra", "-Werror", "-fsyntax-only",

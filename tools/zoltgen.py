@@ -73,6 +73,7 @@ STRINGS = Type("vector", "std::vector<std::string>", (STRING,))
 U16S = Type("vector", "std::vector<unsigned short>", (U16,))
 U32S = Type("vector", "std::vector<unsigned int>", (U32,))
 TIMESTAMP = Type("timestamp", "time_t", name="timestamp")
+KEY_ONLY = Type("tuple", "std::tuple<>")
 
 # Records that the codec layer declares by hand and every family may use.
 BUILTIN_RECORDS = {
@@ -140,6 +141,7 @@ class Method:
     line: int
     shape: str = ""
     key_count: int = 0     # how many leading arguments (or members of a map key) form the key
+    table_info: Optional["Table"] = None   # the declared table; None for a bare call
 
     @property
     def exported(self):
@@ -152,6 +154,21 @@ class Method:
 
 
 @dataclass
+class Table:
+    """A table as the schema states it: the state a group of methods works on."""
+    name: str              # a method string without its verb: "port.config"
+    keys: List[Type]       # its key members in "params" order; empty for a singleton
+    values: List[Type]     # its value types; [tuple<>] for a key-only table
+    per_port: bool         # a fresh switch holds one default row per port
+    line: int
+    used: bool = False
+
+    @property
+    def key_only(self):
+        return self.values == [KEY_ONLY]
+
+
+@dataclass
 class Family:
     name: str
     path: str          # schema file, relative to the schema directory
@@ -160,8 +177,10 @@ class Family:
     enums: List[Enum] = field(default_factory=list)
     records: List[Record] = field(default_factory=list)
     methods: List[Method] = field(default_factory=list)
+    tables: List[Table] = field(default_factory=list)
     raw_fields: list = field(default_factory=list)    # (record, key, type text, line)
     raw_methods: list = field(default_factory=list)   # (rpc, args text, out text, line)
+    raw_tables: list = field(default_factory=list)    # (name, keys text, values text, markers, line)
 
     @property
     def stem(self):
@@ -228,6 +247,8 @@ class Loader:
         for fam in self.families:
             self.resolve_records(fam)
         for fam in self.families:
+            self.resolve_tables(fam)
+        for fam in self.families:
             self.resolve_methods(fam)
         self.check_identifiers()
         return self.families
@@ -269,6 +290,8 @@ class Loader:
                     block = "record"
                 elif head == "methods" and len(words) == 1:
                     block = "methods"
+                elif head == "tables" and len(words) == 1:
+                    block = "tables"
                 else:
                     self.fail(rel, number, f"unknown block header '{line.strip()}'")
                 continue
@@ -288,8 +311,14 @@ class Loader:
                 if not m:
                     self.fail(rel, number, 'expected a method line: "method.string" ARGS -> OUTPUT')
                 fam.raw_methods.append((m.group(1), m.group(2), m.group(3), number))
+            elif block == "tables":
+                m = re.match(r'\s+"([^"]+)"\s+(.+?)\s*->\s*(.+)$', line)
+                if not m:
+                    self.fail(rel, number, 'expected a table line: "table.name" KEYS -> VALUE [per-port]')
+                values, markers = self.split_markers(m.group(3))
+                fam.raw_tables.append((m.group(1), m.group(2), values, markers, number))
             else:
-                self.fail(rel, number, "indented line outside an enum, record or methods block")
+                self.fail(rel, number, "indented line outside an enum, record, tables or methods block")
         if not fam.name:
             self.fail(rel, 1, "missing 'family NAME'")
         if fam.stem != fam.name:
@@ -454,8 +483,9 @@ class Loader:
             seen[overload] = line
             if len(args) > 4:
                 self.fail(fam, line, "a method takes at most four arguments")
+            self.fit_table(fam, m)
             fam.methods.append(m)
-        self.assign_keys(fam)
+        self.check_tables_used(fam)
 
     def passing(self, fam, line, t, ref):
         if t == U16:
@@ -490,7 +520,7 @@ class Loader:
             if not args:
                 self.fail(fam, m.line, "a list get takes keys")
             return "list_get"
-        if out.kind in ("record", "enum"):
+        if out.kind in ("record", "enum") or out == STRING:
             return "keyed_get" if args else "singleton_get"
         self.fail(fam, m.line, f"'{out.cpp}' cannot be an output")
 
@@ -506,27 +536,121 @@ class Loader:
         if not value_ok:
             self.fail(fam, line, f"'{v.cpp}' cannot be a table value")
 
-    def assign_keys(self, fam):
-        """Which leading arguments are the key: a table's keyed get or get-all tells how many
-        members its key has; a set or add without either sends its value last."""
-        key_counts = {}
-        for m in fam.methods:
-            if m.shape in ("keyed_get", "scalar_get", "list_get", "exists", "del"):
-                key_counts.setdefault(m.table, len(m.args))
-            elif m.shape == "get_all":
-                k = m.out.args[0]
-                key_counts.setdefault(m.table, len(k.args) if k.kind == "tuple" else 1)
-        for m in fam.methods:
-            if m.shape in ("set", "add"):
-                n = key_counts.get(m.table, len(m.args) - 1)
-                if n > len(m.args):
-                    n = len(m.args) - 1
-                m.key_count = n
-            elif m.shape == "get_all":
-                k = m.out.args[0]
-                m.key_count = len(k.args) if k.kind == "tuple" else 1
+    def split_markers(self, text):
+        """A table line's value types, then its markers: the trailing words with a '-' in them
+        (no type word has one)."""
+        words = text.split()
+        markers = []
+        while words and "-" in words[-1] and words[-1] != "-":
+            markers.insert(0, words.pop())
+        return " ".join(words), markers
+
+    def resolve_tables(self, fam):
+        seen = {}
+        for name, keys_text, values_text, markers, line in fam.raw_tables:
+            if not re.match(r"^[a-z0-9_-]+(\.[a-z0-9_-]+)*$", name, re.I):
+                self.fail(fam, line, f'"{name}" is not a table name')
+            if not (name + ".").startswith(fam.name + "."):
+                self.fail(fam, line, f'table "{name}" does not belong to family "{fam.name}"')
+            if name in seen:
+                self.fail(fam, line, f'table "{name}" is declared again (first at line {seen[name]})')
+            seen[name] = line
+            keys = []
+            if keys_text != "-":
+                for part in self.split_args(keys_text):
+                    t, ref = self.parse_type(fam, line, part, "key member")
+                    if ref:
+                        self.fail(fam, line, "a key member is written without const&")
+                    if not (t in (STRING, I32, U32, U16, U8) or t.kind in ("record", "enum")):
+                        self.fail(fam, line, f"'{t.cpp}' cannot be a key member")
+                    keys.append(t)
+            if len(keys) > 4:
+                self.fail(fam, line, "a table has at most four key members")
+            values = []
+            if not values_text:
+                self.fail(fam, line, "a table line needs a value type after '->'")
+            for part in values_text.split("|"):
+                t, ref = self.parse_type(fam, line, part.strip(), "table value")
+                if ref:
+                    self.fail(fam, line, "a table value is written without const&")
+                if not (t.kind in ("record", "enum") or t in (BOOL, U32, U16, STRING, STRINGS)
+                        or t == KEY_ONLY):
+                    self.fail(fam, line, f"'{t.cpp}' cannot be a table value")
+                if t in values:
+                    self.fail(fam, line, f"value type '{t.cpp}' is listed twice")
+                values.append(t)
+            if KEY_ONLY in values and len(values) > 1:
+                self.fail(fam, line, "a key-only table (tuple<>) has no other value type")
+            if KEY_ONLY in values and not keys:
+                self.fail(fam, line, "a key-only table needs key members")
+            per_port = False
+            for marker in markers:
+                if marker != "per-port":
+                    self.fail(fam, line, f"unknown marker '{marker}'")
+                if per_port:
+                    self.fail(fam, line, "'per-port' is given twice")
+                if keys != [STRING]:
+                    self.fail(fam, line, "'per-port' needs a table keyed by exactly one string")
+                per_port = True
+            fam.tables.append(Table(name, keys, values, per_port, line))
+
+    def fit_table(self, fam, m):
+        """Binds a method to its table and takes its key count from it; refuses a method whose
+        arguments or output do not fit the table."""
+        if m.shape == "bare":
+            return
+        table = next((t for t in fam.tables if t.name == m.table), None)
+        if table is None:
+            self.fail(fam, m.line, f'"{m.rpc}" belongs to table "{m.table}", which the tables '
+                                   "block does not declare")
+        table.used = True
+        m.table_info = table
+        keys = table.keys
+        arg_types = [a.type for a in m.args]
+
+        def need(ok, what):
+            if not ok:
+                self.fail(fam, m.line, f'"{m.rpc}" does not fit table "{table.name}" '
+                                       f"(line {table.line}): {what}")
+
+        def key_text():
+            return ", ".join(k.cpp for k in keys) or "none"
+
+        def value_text():
+            return " | ".join(v.cpp for v in table.values)
+
+        if m.shape == "get_all":
+            k, v = m.out.args
+            members = list(k.args) if k.kind == "tuple" else [k]
+            need(members == keys, f"the map's key must be its key members ({key_text()})")
+            need(v in table.values, f"the map's value must be one of its values ({value_text()})")
+        elif m.shape == "singleton_get":
+            need(not keys, f"a get without arguments reads a singleton; the table's key members "
+                           f"are {key_text()}")
+            need(m.out in table.values, f"the output must be one of its values ({value_text()})")
+        elif m.shape in ("keyed_get", "scalar_get", "list_get"):
+            need(arg_types == keys, f"the arguments must be its key members ({key_text()})")
+            need(m.out in table.values, f"the output must be one of its values ({value_text()})")
+        elif m.shape in ("exists", "del"):
+            need(arg_types == keys, f"the arguments must be its key members ({key_text()})")
+        elif m.shape in ("set", "add"):
+            if table.key_only:
+                need(arg_types == keys, f"a key-only table is written with its key members "
+                                        f"({key_text()}) alone")
             else:
-                m.key_count = len(m.args)
+                need(arg_types[:-1] == keys and len(arg_types) == len(keys) + 1,
+                     f"the arguments must be its key members ({key_text()}) then one value")
+                need(arg_types[-1] in table.values,
+                     f"the value written must be one of its values ({value_text()})")
+        if table.per_port and m.shape == "add":
+            self.fail(fam, m.line, f'table "{table.name}" is marked per-port, so its rows are '
+                                   "not created by an add")
+        m.key_count = len(keys)
+
+    def check_tables_used(self, fam):
+        for t in fam.tables:
+            if not t.used:
+                self.fail(fam, t.line, f'table "{t.name}" is used by no method')
 
     def check_identifiers(self):
         """Enumerators live in the global namespace: no two may share a name."""
@@ -773,16 +897,17 @@ def gen_sim(families, loader):
                 keys = [a.type for a in m.args[:m.key_count]]
                 rest = m.args[m.key_count:]
                 value = rest[0].type if rest else m.out
-            keyed = m.shape != "get_all" and m.key_count > 0
-            row = (m.rpc, m.shape, m.table, len(keys), keys, value, keyed, fam.name)
+            per_port = m.table_info is not None and m.table_info.per_port
+            row = (m.rpc, m.shape, m.table, len(keys), keys, value, per_port, fam.name)
             rows.setdefault(m.rpc, []).append(row)
     for rpc in sorted(rows):
-        for rpc_, shape, table, n, keys, value, keyed, famname in rows[rpc]:
+        for rpc_, shape, table, n, keys, value, per_port, famname in rows[rpc]:
             key_codecs = ", ".join(codec_of(k) for k in keys) or "nullptr"
             dflt = "nullptr" if value is None or (value.kind == "tuple") else c_string(
                 json.dumps(default_json(value, loader), separators=(",", ":")))
             out.append(f"    {{{c_string(rpc)}, {c_string(famname)}, Shape::{shape}, {c_string(table)}, "
-                       f"{n}, {{{key_codecs}}}, {codec_of(value)}, {dflt}}},\n")
+                       f"{n}, {{{key_codecs}}}, {codec_of(value)}, {dflt}, "
+                       f"{'true' if per_port else 'false'}}},\n")
     out.append("};\n\nconst std::size_t kMethodCount = sizeof(kMethods) / sizeof(kMethods[0]);\n\n"
                "}  // namespace zolt_sim\n")
     return "".join(out)
