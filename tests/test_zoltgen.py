@@ -291,6 +291,7 @@ tables
     "every.t11"      int, zolt_every_kind_t                       -> zolt_every_t
     "every.t12"      string, int, int                             -> zolt_every_t
     "every.t13"      string, string, string, string               -> tuple<>
+    "every.t14"      int                                          -> zolt_every_kind_t
 
 methods
     "every.bare"                 -                                     -> -
@@ -323,6 +324,7 @@ methods
     "every.t11.get"              -   -> map<tuple<int, zolt_every_kind_t>, zolt_every_t>
     "every.t12.get"              -   -> map<tuple<string, int, int>, zolt_every_t>
     "every.t13.get"              -   -> map<tuple<string, string, string, string>, tuple<>>
+    "every.t14.get"              -   -> map<int, zolt_every_kind_t>
 """
 
 

@@ -531,7 +531,7 @@ class Loader:
                 a in (STRING, I32, U32, U16) or a.kind == "enum" or a == MAC for a in k.args))
         if not key_ok:
             self.fail(fam, line, f"'{k.cpp}' cannot be a table key")
-        value_ok = v.kind == "record" or v in (BOOL, U32, U16, STRING, STRINGS) or (
+        value_ok = v.kind in ("record", "enum") or v in (BOOL, U32, U16, STRING, STRINGS) or (
             v.kind == "tuple" and not v.args)
         if not value_ok:
             self.fail(fam, line, f"'{v.cpp}' cannot be a table value")
