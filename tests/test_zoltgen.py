@@ -316,6 +316,7 @@ methods
     "every.t3.get"               -   -> map<unsigned int, unsigned int>
     "every.t4.get"               -   -> map<unsigned short, unsigned short>
     "every.t5.get"               -   -> map<unsigned char, string>
+    "every.t5.get"               unsigned char                         -> string
     "every.t6.get"               -   -> map<zolt_mac_t, vector<string>>
     "every.t7.get"               -   -> map<zolt_ipv4_uc_t, tuple<>>
     "every.t8.get"               -   -> map<zolt_every_kind_t, zolt_every_inner_t>
@@ -349,6 +350,9 @@ class Compiles(unittest.TestCase):
                 header = f.read()
             self.assertIn("zolt_every_kind_ten_ish = 10,", header)
             self.assertIn("time_t When{};", header)
+            # A bare JSON string answer is a keyed get decoded by the string's own parse.
+            self.assertIn("int zolt_every_t5_get(void* handle, unsigned char key, std::string* out);",
+                          " ".join(header.split()))
             # The build writes client/version.h from its template; do the same here.
             template = os.path.join(ROOT, "cmake", "version.h.in")
             if os.path.exists(template):
