@@ -30,6 +30,11 @@ EXPECTED = {
     ("lldp",): 36,
     ("vcl", "private-vlan", "voice-vlan", "gvrp"): 45,
     ("loop-protect", "udld"): 14,
+    ("ip",): 53,
+    ("dhcpv6-client",): 11,
+    ("dhcp-server",): 22,
+    ("dhcp-relay", "dhcp-snooping"): 14,
+    ("dns", "ntp", "daylight-saving"): 17,
 }
 
 C_NAMES = {"rest_init", "rest_deinit", "rest_post", "rest_free_response",
