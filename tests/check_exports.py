@@ -35,6 +35,12 @@ EXPECTED = {
     ("dhcp-server",): 22,
     ("dhcp-relay", "dhcp-snooping"): 14,
     ("dns", "ntp", "daylight-saving"): 17,
+    ("system-utility", "firmware"): 12,
+    ("icfg",): 8,
+    ("snmp",): 27,
+    ("rmon",): 32,
+    ("sflow",): 29,
+    ("syslog", "upnp"): 9,
 }
 
 C_NAMES = {"rest_init", "rest_deinit", "rest_post", "rest_free_response",
