@@ -35,6 +35,8 @@ EXPECTED = {
     ("dhcp-server",): 22,
     ("dhcp-relay", "dhcp-snooping"): 14,
     ("dns", "ntp", "daylight-saving"): 17,
+    ("qos",): 63,
+    ("acl",): 26,
     ("system-utility", "firmware"): 12,
     ("icfg",): 8,
     ("snmp",): 27,
