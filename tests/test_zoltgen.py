@@ -108,6 +108,14 @@ class Refusals(unittest.TestCase):
         self.refused(GOOD.replace('"demo.config.set"', '"demo.config.apply"'),
                      "ports/demo.schema:18", "must end in .set, .add, .del or .get")
 
+    def test_opaque_is_an_output_only(self):
+        opaque = GOOD.replace("methods\n", "opaque zolt_demo_blob_t\n\nmethods\n")
+        self.refused(opaque.replace('"Enabled"   bool', '"Enabled"   zolt_demo_blob_t'),
+                     "ports/demo.schema:4", "opaque and cannot be a record field")
+        self.refused(opaque.replace("string, zolt_demo_conf_t     -> -",
+                                    "string, zolt_demo_blob_t     -> -"),
+                     "ports/demo.schema:20", "cannot be an argument")
+
     def test_get_all_takes_no_arguments(self):
         self.refused(GOOD.replace("-                            -> map",
                                   "string                       -> map"),
@@ -279,6 +287,8 @@ class Output(unittest.TestCase):
 EVERY_FORM = """\
 family every
 
+opaque zolt_every_opaque_t
+
 record zolt_every_inner_t
     "Name"        string
 
@@ -331,6 +341,7 @@ tables
     "every.t11"      int, zolt_every_kind_t                       -> zolt_every_t
     "every.t12"      string, int, int                             -> zolt_every_t
     "every.t13"      string, string, string, string               -> tuple<>
+    "every.opaque"   string                                       -> zolt_every_opaque_t
     "every.t14"      int                                          -> zolt_every_kind_t
 
 methods
@@ -365,6 +376,7 @@ methods
     "every.t11.get"              -   -> map<tuple<int, zolt_every_kind_t>, zolt_every_t>
     "every.t12.get"              -   -> map<tuple<string, int, int>, zolt_every_t>
     "every.t13.get"              -   -> map<tuple<string, string, string, string>, tuple<>>
+    "every.opaque.get"           string                                -> zolt_every_opaque_t
     "every.t14.get"              -   -> map<int, zolt_every_kind_t>
 """
 
@@ -390,6 +402,11 @@ class Compiles(unittest.TestCase):
                 header = f.read()
             self.assertIn("zolt_every_kind_ten_ish = 10,", header)
             self.assertIn("time_t When{};", header)
+            # An opaque type is declared empty, with a parse and nothing else.
+            self.assertIn("struct zolt_every_opaque_t {};", header)
+            self.assertIn("void parse(const Json::Value& json, zolt_every_opaque_t& value);", header)
+            self.assertNotIn("serialize(const zolt_every_opaque_t", header)
+            self.assertNotIn("operator<(const zolt_every_opaque_t", header)
             # A bare JSON string answer is a keyed get decoded by the string's own parse.
             self.assertIn("int zolt_every_t5_get(void* handle, unsigned char key, std::string* out);",
                           " ".join(header.split()))

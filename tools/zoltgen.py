@@ -45,7 +45,7 @@ class SchemaError(Exception):
 
 @dataclass(frozen=True)
 class Type:
-    kind: str          # scalar, timestamp, enum, record, vector, map, tuple
+    kind: str          # scalar, timestamp, enum, record, opaque, vector, map, tuple
     cpp: str           # C++ spelling
     args: Tuple["Type", ...] = ()
     name: str = ""     # schema spelling of a scalar, or the enum/record name
@@ -128,6 +128,15 @@ class Record:
 
 
 @dataclass
+class Opaque:
+    """A type that only answers carry and the client does not model: it has no members, no
+    writer and no order, and reading one throws "not implemented"."""
+    name: str
+    family: "Family"
+    line: int
+
+
+@dataclass
 class Arg:
     type: Type
     by_ref: bool
@@ -176,6 +185,7 @@ class Family:
     uses: List[str] = field(default_factory=list)
     enums: List[Enum] = field(default_factory=list)
     records: List[Record] = field(default_factory=list)
+    opaques: List[Opaque] = field(default_factory=list)
     methods: List[Method] = field(default_factory=list)
     tables: List[Table] = field(default_factory=list)
     raw_fields: list = field(default_factory=list)    # (record, key, type text, line)
@@ -288,6 +298,9 @@ class Loader:
                     current = Record(words[1], [], fam, number)
                     fam.records.append(current)
                     block = "record"
+                elif head == "opaque" and len(words) == 2:
+                    fam.opaques.append(Opaque(words[1], fam, number))
+                    block = None
                 elif head == "methods" and len(words) == 1:
                     block = "methods"
                 elif head == "tables" and len(words) == 1:
@@ -353,6 +366,8 @@ class Loader:
         for r in fam.records:
             self.add_type(fam, r.line, r.name, Type("record", r.name, name=r.name))
             self.records[r.name] = r
+        for o in fam.opaques:
+            self.add_type(fam, o.line, o.name, Type("opaque", o.name, name=o.name))
 
     def add_type(self, fam, line, name, t):
         if not IDENT.match(name):
@@ -381,6 +396,8 @@ class Loader:
             if any(f.key == key for f in rec.fields):
                 self.fail(fam, line, f'key "{key}" appears twice in {rec.name}')
             t = FIELD_WORDS.get(text) or self.named(fam, line, text)
+            if t.kind == "opaque":
+                self.fail(fam, line, f"'{t.cpp}' is opaque and cannot be a record field")
             if t.cpp == rec.name:
                 self.fail(fam, line, f"record {rec.name} contains itself")
             rec.fields.append(Field(key, t, line))
@@ -520,7 +537,7 @@ class Loader:
             if not args:
                 self.fail(fam, m.line, "a list get takes keys")
             return "list_get"
-        if out.kind in ("record", "enum") or out == STRING:
+        if out.kind in ("record", "enum", "opaque") or out == STRING:
             return "keyed_get" if args else "singleton_get"
         self.fail(fam, m.line, f"'{out.cpp}' cannot be an output")
 
@@ -573,8 +590,8 @@ class Loader:
                 t, ref = self.parse_type(fam, line, part.strip(), "table value")
                 if ref:
                     self.fail(fam, line, "a table value is written without const&")
-                if not (t.kind in ("record", "enum") or t in (BOOL, U32, U16, STRING, STRINGS)
-                        or t == KEY_ONLY):
+                if not (t.kind in ("record", "enum", "opaque")
+                        or t in (BOOL, U32, U16, STRING, STRINGS) or t == KEY_ONLY):
                     self.fail(fam, line, f"'{t.cpp}' cannot be a table value")
                 if t in values:
                     self.fail(fam, line, f"value type '{t.cpp}' is listed twice")
@@ -755,7 +772,9 @@ def gen_header(fam, families):
         for f in r.fields:
             out.append(f"    {f.type.cpp} {f.key}{{}};\n")
         out.append("};\n\n")
-    if fam.enums or fam.records:
+    for o in fam.opaques:
+        out.append(f"// Only answers carry it; its parse throws \"not implemented\".\nstruct {o.name} {{}};\n\n")
+    if fam.enums or fam.records or fam.opaques:
         for e in fam.enums:
             out.append(f"ZOLT_API Json::Value serialize({e.name} value);\n")
             out.append(f"ZOLT_API void parse(const Json::Value& json, {e.name}& value);\n")
@@ -763,6 +782,8 @@ def gen_header(fam, families):
             out.append(f"ZOLT_API Json::Value serialize(const {r.name}& value);\n")
             out.append(f"ZOLT_API void parse(const Json::Value& json, {r.name}& value);\n")
             out.append(f"ZOLT_API bool operator<(const {r.name}& a, const {r.name}& b);\n")
+        for o in fam.opaques:
+            out.append(f"ZOLT_API void parse(const Json::Value& json, {o.name}& value);\n")
         out.append("\n")
     for m in fam.methods:
         ps, _ = params(m)
@@ -820,6 +841,9 @@ def gen_source(fam):
         out.append(f"bool operator<(const {r.name}& a, const {r.name}& b) {{\n"
                    f"    return {wrap('std::tie(', [f'a.{f.key}' for f in r.fields], ')', 11)} <\n"
                    f"           {wrap('std::tie(', [f'b.{f.key}' for f in r.fields], ');', 11)}\n}}\n\n")
+    for o in fam.opaques:
+        out.append(f"void parse(const Json::Value&, {o.name}&) {{\n"
+                   '    throw std::runtime_error("not implemented");\n}\n\n')
     for m in fam.methods:
         ps, names = params(m)
         call_args = [c_string(m.rpc)]
@@ -877,7 +901,7 @@ def default_json(t, loader):
 
 
 def codec_of(t):
-    if t is None or (t.kind == "tuple" and not t.args):
+    if t is None or (t.kind == "tuple" and not t.args) or t.kind == "opaque":
         return "nullptr"
     return f"&zolt_sim::canon<{t.cpp}>"
 
@@ -903,7 +927,7 @@ def gen_sim(families, loader):
     for rpc in sorted(rows):
         for rpc_, shape, table, n, keys, value, per_port, famname in rows[rpc]:
             key_codecs = ", ".join(codec_of(k) for k in keys) or "nullptr"
-            dflt = "nullptr" if value is None or (value.kind == "tuple") else c_string(
+            dflt = "nullptr" if value is None or value.kind in ("tuple", "opaque") else c_string(
                 json.dumps(default_json(value, loader), separators=(",", ":")))
             out.append(f"    {{{c_string(rpc)}, {c_string(famname)}, Shape::{shape}, {c_string(table)}, "
                        f"{n}, {{{key_codecs}}}, {codec_of(value)}, {dflt}, "
@@ -1007,7 +1031,7 @@ def gen_sweep(families, loader):
                 body.append(f"{m.out.cpp} out{{}};")
                 call.append(", &out")
             body.append("const int code = " + "".join(call) + ");")
-            if m.out is not None and m.out.kind != "map":
+            if m.out is not None and m.out.kind not in ("map", "opaque"):
                 body.append("if (code == 0) *got = zolt::to_json(out);")
                 if (m.table, m.out) in written:
                     text = json.dumps(written_json(m.out, loader), separators=(",", ":"))
@@ -1015,7 +1039,7 @@ def gen_sweep(families, loader):
             body.append("return code;")
             out.append(f"    {{{c_string(m.exported)}, {c_string(m.rpc)}, {c_string(m.shape)},\n"
                        f"     [](void* handle, Json::Value* got, Json::Value* expected) {{\n")
-            if m.out is None or m.out.kind == "map":
+            if m.out is None or m.out.kind in ("map", "opaque"):
                 out.append("         (void)got;\n")
             if not (m.out is not None and m.out.kind != "map" and (m.table, m.out) in written):
                 out.append("         (void)expected;\n")
@@ -1066,6 +1090,9 @@ def gen_docs(fam):
             out.append(f"\n### `{r.name}`\n\n| JSON key | Type |\n|---|---|\n")
             for f in r.fields:
                 out.append(f"| \"{f.key}\" | {type_word(f.type)} |\n")
+    for o in fam.opaques:
+        out.append(f"\n### `{o.name}`\n\nOpaque: only answers carry it, and decoding one throws "
+                   "\"not implemented\".\n")
     if fam.enums:
         out.append("\n## Enumerations\n")
         for e in fam.enums:
