@@ -43,6 +43,7 @@ EXPECTED = {
     ("rmon",): 32,
     ("sflow",): 29,
     ("syslog", "upnp"): 9,
+    ("json-rpc", "json-rpc-notification"): 13,
 }
 
 C_NAMES = {"rest_init", "rest_deinit", "rest_post", "rest_free_response",
