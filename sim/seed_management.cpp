@@ -5,8 +5,8 @@ namespace zolt_sim {
 namespace {
 
 void add_system_rows(std::vector<SeedRow>& rows, const std::vector<std::string>& ports) {
-    rows.push_back({"system-utility.capabilities", Json::Value(),
-                    object({{"WarmRebootSupported", true}})});
+    rows.push_back(
+        {"system-utility.capabilities", Json::Value(), object({{"WarmRebootSupported", true}})});
     rows.push_back({"system-utility.status.cpu-load", Json::Value(),
                     object({{"Average100msec", 12}, {"Average1sec", 9}, {"Average10sec", 7}})});
     // Unit 1 has two supplies: one carries the load, the other stands by.
@@ -65,11 +65,10 @@ void add_monitoring_rows(std::vector<SeedRow>& rows) {
                             {"WriteCommunity", "private"},
                             {"EngineId", "800007e5017f000001"}})});
     // The communities table holds keys only.
-    rows.push_back({"snmp.config.communities",
-                    key({object({{"Name", "public"},
-                                 {"SourceIP", "0.0.0.0"},
-                                 {"SourceIPPrefixSize", 0}})}),
-                    Json::Value()});
+    rows.push_back(
+        {"snmp.config.communities",
+         key({object({{"Name", "public"}, {"SourceIP", "0.0.0.0"}, {"SourceIPPrefixSize", 0}})}),
+         Json::Value()});
     rows.push_back({"snmp.config.views",
                     key({object({{"Name", "default_view"}, {"Subtree", ".1"}})}),
                     object({{"ViewType", "included"}})});
