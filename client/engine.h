@@ -26,6 +26,10 @@ namespace zolt {
 // "No error member", "No result member".
 Json::Value exchange(zoltclient* client, const Json::Value& request);
 
+// The judging half of exchange(): the status window, the parse and the checks on the answer,
+// with the same exceptions. Takes ownership of `response` and releases it on every way out.
+Json::Value read_answer(rest_response_t* response);
+
 // The wire form of a request: three-blank indent, " : " between name and value, short scalar
 // arrays on one line, a final newline.
 std::string styled(const Json::Value& request);

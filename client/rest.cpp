@@ -126,6 +126,11 @@ rest_response_t* rest_response_alloc() {
     return record == nullptr ? nullptr : &record->response;
 }
 
+std::size_t rest_body_length(const rest_response_t* response) {
+    const auto* record = reinterpret_cast<const rest_response_record*>(response);
+    return response->body != nullptr ? record->body.length : 0;
+}
+
 std::size_t rest_append_chunk(const char* data, std::size_t size, std::size_t count,
                               rest_response_t* response, bool is_header) {
     // `response` is the first member of its record, so the two addresses are one.

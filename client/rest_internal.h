@@ -23,6 +23,10 @@ struct rest_response_record {
 // A zero-filled record, or null when memory is exhausted.
 rest_response_t* rest_response_alloc();
 
+// The length of the collected body text without measuring it; 0 when no body bytes arrived.
+// `response` must come from rest_post or rest_response_alloc.
+std::size_t rest_body_length(const rest_response_t* response);
+
 // Appends one chunk to `header` (is_header) or `body` as text: at most size * count bytes,
 // ending early at the first NUL byte, whose chunk's remainder is dropped. The collected text
 // stays NUL-terminated and never holds a NUL. Returns size * count, all bytes taken, or 0 when

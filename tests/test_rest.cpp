@@ -403,6 +403,15 @@ TEST_F(ChunkAppend, ReportsEveryByteTakenEvenPastANul) {
     EXPECT_EQ(record().body.length, 4u);
 }
 
+TEST_F(ChunkAppend, TheBodyLengthIsWhatStrlenWouldMeasure) {
+    EXPECT_EQ(rest_body_length(response), 0u) << "no body bytes yet";
+    rest_append_chunk("ab\0cd", 1, 5, response, false);
+    rest_append_chunk("efg", 1, 3, response, false);
+    rest_append_chunk("HTTP/1.1 200 OK\r\n", 1, 17, response, true);
+    EXPECT_EQ(rest_body_length(response), std::strlen(response->body));
+    EXPECT_EQ(rest_body_length(response), 5u);
+}
+
 TEST_F(ChunkAppend, AnEmptyFirstChunkStillGivesText) {
     EXPECT_EQ(rest_append_chunk("", 1, 0, response, false), 0u);
     ASSERT_NE(response->body, nullptr);
