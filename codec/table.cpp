@@ -4,17 +4,31 @@
 #include <sstream>
 #include <string>
 
+namespace {
+
+// The VLAN goes through JsonCpp's own conversion without a type test: null reads as 0, a
+// boolean as 0 or 1, a real is truncated. What the conversion refuses (a text, an object, a
+// negative or too large number) it reports with a class of its own that derives from
+// std::exception only; the caller gets the same text as the standard logic error.
+unsigned int vlan_of(const Json::Value& vlan) {
+    try {
+        return vlan.asUInt();
+    } catch (const Json::Exception& e) {
+        throw std::logic_error(e.what());
+    }
+}
+
+}  // namespace
+
 void parse(const Json::Value& key, std::tuple<unsigned short, zolt_mac_t>& out) {
     if (!key.isArray()) zolt::throw_unexpected_type();
-    const Json::Value& vlan = key[0u];
+    std::get<0>(out) = static_cast<unsigned short>(vlan_of(key[0u]));
+
+    // Checked here rather than by asCString(), whose own failure is JsonCpp's class too.
     const Json::Value& address = key[1u];
-    // No type test on the VLAN: JsonCpp's own conversion decides, and throws its own exception
-    // for a text or an out-of-range number.
     if (!address.isString()) {
         throw std::logic_error("in Json::Value::asCString(): requires stringValue");
     }
-    std::get<0>(out) = static_cast<unsigned short>(vlan.asUInt());
-
     zolt_mac_t& mac = std::get<1>(out);
     std::istringstream text(address.asCString());
     std::string piece;
