@@ -12,8 +12,10 @@
 #include <atomic>
 #include <cctype>
 #include <chrono>
+#include <condition_variable>
 #include <cstddef>
 #include <cstdio>
+#include <deque>
 #include <fstream>
 #include <iostream>
 #include <limits>
@@ -22,6 +24,7 @@
 #include <stdexcept>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace zolt_sim {
 namespace {
@@ -36,6 +39,14 @@ constexpr const char* kHtml500 =
 // An idle keep-alive connection holds a server thread, and stop() waits for it: keep the wait
 // short. A client that stays idle longer simply connects again.
 constexpr time_t kKeepAliveSeconds = 2;
+
+// How long a connection may go without a byte while a request arrives, or while an answer is
+// being taken, before the server gives up on it.
+constexpr time_t kReadSeconds = 5;
+constexpr time_t kWriteSeconds = 5;
+
+// Threads that serve connections at the same time; beyond this, connections wait their turn.
+constexpr std::size_t kMostConnectionThreads = 1024;
 
 // A larger request body gets 413 before it is read.
 constexpr std::size_t kLargestBody = 64u << 20;
@@ -98,6 +109,64 @@ private:
     }
 
     std::function<void(const std::string&)> report_;
+};
+
+// cpp-httplib hands each accepted connection to one task of its task queue for the connection's
+// whole life, idle keep-alive waits and slow requests included. With its fixed pool of a few
+// threads, a handful of idle clients hold every thread and a new request waits for one of them
+// to time out. Here a connection always finds a thread at once: an idle worker takes it, or a
+// new worker starts when none is idle, up to a cap far above what the tests and benchmarks
+// open. Workers stay for later connections until the server stops.
+class ConnectionThreads : public httplib::TaskQueue {
+public:
+    explicit ConnectionThreads(std::size_t most) : most_(most) {}
+    ~ConnectionThreads() override { shutdown(); }
+
+    void enqueue(std::function<void()> fn) override {
+        std::lock_guard<std::mutex> lock(mutex_);
+        jobs_.push_back(std::move(fn));
+        // Each waiting worker takes one job; start one more when the jobs outnumber them.
+        if (jobs_.size() > idle_ && workers_.size() < most_) {
+            workers_.emplace_back([this] { work(); });
+        }
+        wake_.notify_one();
+    }
+
+    // Connections already taken are served to their end; the server has stopped accepting.
+    void shutdown() override {
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            stopping_ = true;
+        }
+        wake_.notify_all();
+        for (std::thread& worker : workers_) {
+            if (worker.joinable()) worker.join();
+        }
+    }
+
+private:
+    void work() {
+        std::unique_lock<std::mutex> lock(mutex_);
+        for (;;) {
+            ++idle_;
+            wake_.wait(lock, [this] { return !jobs_.empty() || stopping_; });
+            --idle_;
+            if (jobs_.empty()) return;  // stopping, nothing left
+            std::function<void()> job = std::move(jobs_.front());
+            jobs_.pop_front();
+            lock.unlock();
+            job();
+            lock.lock();
+        }
+    }
+
+    const std::size_t most_;
+    std::mutex mutex_;
+    std::condition_variable wake_;
+    std::deque<std::function<void()>> jobs_;
+    std::vector<std::thread> workers_;  // only grows, under mutex_, until shutdown()
+    std::size_t idle_ = 0;              // workers waiting for a job
+    bool stopping_ = false;
 };
 
 }  // namespace
@@ -300,6 +369,10 @@ int Simulator::start() {
     server.set_keep_alive_max_count(std::numeric_limits<int>::max());
     server.set_payload_max_length(kLargestBody);
     server.set_keep_alive_timeout(kKeepAliveSeconds);
+    server.set_read_timeout(kReadSeconds);
+    server.set_write_timeout(kWriteSeconds);
+    // Idle and slow connections must not hold up anyone else's request.
+    server.new_task_queue = [] { return new ConnectionThreads(kMostConnectionThreads); };
     server.Post(".*", [&impl](const httplib::Request& request, httplib::Response& response) {
         impl.serve(request, response);
     });
