@@ -44,6 +44,12 @@ EXPECTED = {
     ("sflow",): 29,
     ("syslog", "upnp"): 9,
     ("json-rpc", "json-rpc-notification"): 13,
+    ("authentication",): 34,
+    ("nas",): 15,
+    ("port-security",): 10,
+    ("arp-inspection",): 19,
+    ("access-management",): 14,
+    ("users", "privilege", "ssh", "https"): 12,
 }
 
 C_NAMES = {"rest_init", "rest_deinit", "rest_post", "rest_free_response",
