@@ -50,6 +50,9 @@ EXPECTED = {
     ("arp-inspection",): 19,
     ("access-management",): 14,
     ("users", "privilege", "ssh", "https"): 12,
+    ("ipmc-snooping",): 38,
+    ("ipmc-profile",): 24,
+    ("mvr",): 27,
 }
 
 C_NAMES = {"rest_init", "rest_deinit", "rest_post", "rest_free_response",
