@@ -65,6 +65,49 @@ std::string lower(std::string text) {
     return text;
 }
 
+// --- the login: HTTP Basic credentials against the switch's own users table --------------------
+
+// Standard base64 with its padding; false for any other character or a length that is not whole.
+bool decode_base64(const std::string& text, std::string& out) {
+    static const std::string kAlphabet =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    if (text.size() % 4 != 0) return false;
+    out.clear();
+    unsigned bits = 0;
+    int held = 0;
+    std::size_t padding = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '=') {
+            if (i + 2 < text.size()) return false;  // padding only in the last two places
+            ++padding;
+            continue;
+        }
+        const std::size_t value = kAlphabet.find(text[i]);
+        if (value == std::string::npos || padding > 0) return false;
+        bits = (bits << 6) | static_cast<unsigned>(value);
+        held += 6;
+        if (held >= 8) {
+            held -= 8;
+            out += static_cast<char>((bits >> held) & 0xff);
+        }
+    }
+    return true;
+}
+
+// "Basic <base64 of user:password>", the scheme in any letter case. The user name ends at the
+// first colon; the password may hold colons.
+bool basic_credentials(const std::string& header, std::string& user, std::string& password) {
+    const std::size_t space = header.find(' ');
+    if (space == std::string::npos || lower(header.substr(0, space)) != "basic") return false;
+    std::string decoded;
+    if (!decode_base64(header.substr(space + 1), decoded)) return false;
+    const std::size_t colon = decoded.find(':');
+    if (colon == std::string::npos) return false;
+    user = decoded.substr(0, colon);
+    password = decoded.substr(colon + 1);
+    return true;
+}
+
 std::string peer_of(int sock) {
     sockaddr_storage address{};
     socklen_t length = sizeof address;
@@ -223,12 +266,9 @@ std::string to_string(const Fault& fault) {
 }
 
 struct Simulator::Impl {
-    explicit Impl(Options opts)
-        : options(std::move(opts)),
-          model(options.ports),
-          credentials(
-              httplib::make_basic_authentication_header(options.user, options.password).second) {
+    explicit Impl(Options opts) : options(std::move(opts)), model(options.ports) {
         writer["indentation"] = "";
+        add_starting_account();
     }
 
     void log(const std::string& line) {
@@ -242,14 +282,44 @@ struct Simulator::Impl {
         }
     }
 
-    // The scheme is compared without regard to case; the encoded credentials exactly.
-    bool authorised(const httplib::Request& request) const {
-        const std::string given = request.get_header_value("Authorization");
-        const std::size_t space = given.find(' ');
-        const std::size_t expected_space = credentials.find(' ');
-        if (space == std::string::npos) return false;
-        return lower(given.substr(0, space)) == lower(credentials.substr(0, expected_space)) &&
-               given.substr(space + 1) == credentials.substr(expected_space + 1);
+    // One call on the model, made the way a client makes it, so the users table is read and
+    // written by the same rules as through the network.
+    Json::Value call(const char* method, const Json::Value& params) {
+        Json::Value request(Json::objectValue);
+        request["id"] = "simulator";
+        request["method"] = method;
+        request["params"] = params;
+        return model.answer(Json::writeString(writer, request));
+    }
+
+    // The account the simulator was started with, with a plain password and the top privilege.
+    // A state file that holds a users table replaces it when it is loaded.
+    void add_starting_account() {
+        Json::Value account(Json::objectValue);
+        account["Privilege"] = 15;
+        account["Encrypted"] = false;
+        account["Password"] = options.password;
+        Json::Value params(Json::arrayValue);
+        params.append(options.user);
+        params.append(account);
+        call("users.config.global.add", params);
+    }
+
+    // The Basic credentials name a user of the users table whose password is the one given, so
+    // an account added, changed or deleted through the switch counts from the next request on.
+    // An encrypted password cannot be compared with what a client sends: such a user has no
+    // login here.
+    bool authorised(const httplib::Request& request) {
+        std::string user, password;
+        if (!basic_credentials(request.get_header_value("Authorization"), user, password)) {
+            return false;
+        }
+        Json::Value params(Json::arrayValue);
+        params.append(user);
+        const Json::Value answer = call("users.config.global.get", params);
+        const Json::Value& account = answer["result"];
+        return answer["error"].isNull() && account.isObject() && account["Encrypted"] == false &&
+               account["Password"] == Json::Value(password);
     }
 
     void serve(const httplib::Request& request, httplib::Response& response) {
@@ -330,7 +400,6 @@ struct Simulator::Impl {
 
     Options options;
     Model model;
-    const std::string credentials;  // the Authorization value a client must send
     Json::StreamWriterBuilder writer;
     std::mutex log_mutex;
 

@@ -4,8 +4,10 @@
 // JSON-RPC request in the body of a POST to any path and answers it from a Model.
 //
 // Every POST is judged in this order: the fault's added latency; HTTP Basic authentication
-// (wrong or missing credentials get 401 with a WWW-Authenticate challenge); the fault that
-// replaces the answer (html500); then the model's answer, a JSON object with "id", "error" and
+// against the switch's own users table ("users.config.global"), which starts with the account of
+// Options and changes as users are added, changed or deleted through the switch (unknown users,
+// wrong passwords and missing credentials get 401 with a WWW-Authenticate challenge); the fault
+// that replaces the answer (html500); then the model's answer, a JSON object with "id", "error" and
 // "result", sent with status 200 (or the fixed status of the status fault). Other HTTP methods
 // get 405. The drop fault acts before all of this: every connection is closed as soon as the
 // request has arrived, without a byte of answer.

@@ -1,12 +1,14 @@
 // The security and access families' own rules, end to end against a local server: the access
 // agents that are not alike, the enumerations with gaps and the jump to 65535, the interface
 // record as a key, the ARP-inspection tables that can only be read empty and their existence
-// get, and secrets that travel untouched.
+// get, secrets that travel untouched, and the simulator's login against its own users table.
 
 #include <gtest/gtest.h>
+#include <httplib.h>
 #include <json/json.h>
 
 #include <map>
+#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <tuple>
@@ -14,6 +16,7 @@
 #include <vector>
 
 #include "client/zoltclient.h"
+#include "sim/simulator.h"
 #include "support/expect.h"
 #include "support/test_server.h"
 
@@ -370,6 +373,151 @@ TEST_F(Security, APasswordAndItsEncryptedFlagGoAsGiven) {
     EXPECT_EQ(runtime_error_of([&] { zolt_users_config_global_get(handle(), "admin", &user); }),
               "Unexpected type")
         << "a reply without Password is refused";
+}
+
+// --- the simulator: its users table is its login ----------------------------------------------
+
+struct Login {
+    std::string user, password;
+};
+
+// One call on a fresh connection with these credentials: the return code, or the exception's
+// text.
+std::string try_login(const zolt_sim::Simulator& simulator, const Login& login) {
+    const rest_conn_t conn =
+        zolt_test::make_conn(simulator.url(), 5, login.user.c_str(), login.password.c_str());
+    void* handle = zoltclient_init(&conn);
+    zolt_appl_ssh_conf_t ssh{};
+    std::string outcome;
+    try {
+        outcome = std::to_string(zolt_ssh_config_global_get(handle, &ssh));
+    } catch (const std::runtime_error& e) {
+        outcome = e.what();
+    }
+    zoltclient_deinit(handle);
+    return outcome;
+}
+
+const char kUnauthorised[] = "Network error, return code: 401";
+
+class SimulatedLogin : public ::testing::Test {
+protected:
+    SimulatedLogin() : simulator(options()) {
+        simulator.start();
+        const rest_conn_t conn = zolt_test::make_conn(simulator.url(), 5, "admin", "adm1n");
+        handle_ = zoltclient_init(&conn);
+    }
+    ~SimulatedLogin() override {
+        zoltclient_deinit(handle_);
+        simulator.stop();
+    }
+    void* handle() { return handle_; }
+
+    zolt_sim::Options options() {
+        zolt_sim::Options o;
+        o.user = "admin";
+        o.password = "adm1n";
+        o.log = true;
+        o.log_sink = [this](const std::string& line) {
+            std::lock_guard<std::mutex> lock(mutex);
+            lines.push_back(line);
+        };
+        return o;
+    }
+
+    std::vector<std::string> log() {
+        std::lock_guard<std::mutex> lock(mutex);
+        return lines;
+    }
+
+    static zolt_appl_users_config_t plain(const std::string& password) {
+        zolt_appl_users_config_t user{};
+        user.Privilege = 15;
+        user.Password = password;
+        return user;
+    }
+
+    std::mutex mutex;
+    std::vector<std::string> lines;
+    zolt_sim::Simulator simulator;
+
+private:
+    void* handle_ = nullptr;
+};
+
+TEST_F(SimulatedLogin, TheStartingAccountIsInTheUsersTable) {
+    std::map<std::string, zolt_appl_users_config_t> users;
+    EXPECT_EQ(zolt_users_config_global_get(handle(), &users), 0);
+    ASSERT_EQ(users.size(), 1u);
+    EXPECT_EQ(users.begin()->first, "admin");
+    EXPECT_EQ(users.begin()->second.Password, "adm1n");
+    EXPECT_FALSE(users.begin()->second.Encrypted);
+}
+
+TEST_F(SimulatedLogin, AnAddedUserLogsInOnTheNextConnectionAndADeletedOneGets401) {
+    const Login op{"operator", "s3cret:with \"colon\" \xc3\xa9"};
+    EXPECT_EQ(try_login(simulator, op), kUnauthorised);
+    EXPECT_EQ(zolt_users_config_global_add(handle(), op.user, plain(op.password)), 0);
+    EXPECT_EQ(try_login(simulator, op), "0");
+    EXPECT_EQ(try_login(simulator, {op.user, op.password + "x"}), kUnauthorised);
+    EXPECT_EQ(try_login(simulator, {"Operator", op.password}), kUnauthorised)
+        << "user names are matched exactly";
+
+    EXPECT_EQ(zolt_users_config_global_del(handle(), op.user), 0);
+    EXPECT_EQ(try_login(simulator, op), kUnauthorised);
+}
+
+TEST_F(SimulatedLogin, ANewPasswordReplacesTheOldOne) {
+    EXPECT_EQ(zolt_users_config_global_set(handle(), "admin", plain("n3w")), 0);
+    EXPECT_EQ(try_login(simulator, {"admin", "adm1n"}), kUnauthorised);
+    EXPECT_EQ(try_login(simulator, {"admin", "n3w"}), "0");
+}
+
+TEST_F(SimulatedLogin, AnEncryptedPasswordIsNotAPlainOne) {
+    zolt_appl_users_config_t user = plain("guest");
+    user.Encrypted = true;
+    EXPECT_EQ(zolt_users_config_global_add(handle(), "guest", user), 0);
+    EXPECT_EQ(try_login(simulator, {"guest", "guest"}), kUnauthorised);
+}
+
+TEST_F(SimulatedLogin, TheRequestLogNeverShowsAPasswordSecretOrKey) {
+    const std::string secrets[] = {"UserPw-4711", "RadiusKey-4712", "HostKey-4713",
+                                   "TacacsKey-4714", "TacacsHost-4715"};
+    EXPECT_EQ(zolt_users_config_global_add(handle(), "op", plain(secrets[0])), 0);
+    EXPECT_EQ(zolt_users_config_global_add(handle(), "op", plain(secrets[0])), 2);
+    zolt_appl_auth_radius_global_conf_t radius{};
+    radius.Key = secrets[1];
+    EXPECT_EQ(zolt_authentication_config_radius_global_set(handle(), radius), 0);
+    zolt_appl_auth_radius_server_conf_t host{};
+    host.Key = secrets[2];
+    EXPECT_EQ(zolt_authentication_config_radius_host_set(handle(), 2, host), 0);
+    zolt_appl_auth_tacacs_global_conf_t tacacs{};
+    tacacs.Key = secrets[3];
+    EXPECT_EQ(zolt_authentication_config_tacacs_global_set(handle(), tacacs), 0);
+    zolt_appl_auth_tacacs_server_conf_t tacacs_host{};
+    tacacs_host.Key = secrets[4];
+    EXPECT_EQ(zolt_authentication_config_tacacs_host_set(handle(), 1, tacacs_host), 0);
+    // Reading them back, a refused login with a wrong password, and a param that does not fit.
+    std::map<int, zolt_appl_auth_radius_server_conf_t> hosts;
+    EXPECT_EQ(zolt_authentication_config_radius_host_get(handle(), &hosts), 0);
+    EXPECT_EQ(hosts[2].Key, secrets[2]);
+    EXPECT_EQ(try_login(simulator, {"op", secrets[1]}), kUnauthorised);
+    httplib::Client raw("127.0.0.1", simulator.port());
+    raw.set_basic_auth("admin", "adm1n");
+    const std::string bad_params = std::string(R"({"id":1,"method":"users.config.global.set",)") +
+                                   R"("params":["op",{"Password":")" + secrets[0] + R"("}]})";
+    const httplib::Result result = raw.Post("/", bad_params, "application/json");
+    ASSERT_TRUE(result);
+    EXPECT_EQ(json(result->body)["error"]["code"], Json::Value(-32602));
+
+    const std::vector<std::string> lines = log();
+    EXPECT_GE(lines.size(), 9u);
+    for (const std::string& line : lines) {
+        for (const std::string& secret : secrets) {
+            EXPECT_EQ(line.find(secret), std::string::npos) << line;
+        }
+        EXPECT_EQ(line.find("adm1n"), std::string::npos) << line;
+    }
 }
 
 }  // namespace
