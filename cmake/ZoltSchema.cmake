@@ -4,7 +4,7 @@
 #
 # Defines ZOLT_GENERATED_SOURCES, ZOLT_GENERATED_HEADERS, ZOLT_GENERATED_INCLUDE_DIR,
 # ZOLT_GENERATED_MANIFEST, ZOLT_GENERATED_SIM_SOURCES, ZOLT_GENERATED_SWEEP (one call of every
-# typed function), ZOLT_GENERATED_INCLUDE_CHECKS (one translation unit per family header),
+# typed function), ZOLT_GENERATED_INVOKE (the library driven from JSON: tools/invoke.h), ZOLT_GENERATED_INCLUDE_CHECKS (one translation unit per family header),
 # ZOLT_GENERATED_DOCS (one reference page per family) and the target zolt_generate.
 
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
@@ -13,6 +13,7 @@ set(ZOLT_GENERATED_INCLUDE_DIR "${CMAKE_BINARY_DIR}/gen")
 set(ZOLT_GENERATED_MANIFEST "${ZOLT_GENERATED_INCLUDE_DIR}/schema/manifest.tsv")
 set(ZOLT_GENERATED_SIM_SOURCES "${ZOLT_GENERATED_INCLUDE_DIR}/sim/methods.cpp")
 set(ZOLT_GENERATED_SWEEP "${ZOLT_GENERATED_INCLUDE_DIR}/tests/sweep.cpp")
+set(ZOLT_GENERATED_INVOKE "${ZOLT_GENERATED_INCLUDE_DIR}/tools/invoke.cpp")
 
 file(GLOB ZOLT_SCHEMA_FILES CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/schema/*/*.schema")
 list(SORT ZOLT_SCHEMA_FILES)
@@ -39,7 +40,7 @@ add_custom_command(
     OUTPUT "${zolt_stamp}"
     BYPRODUCTS ${ZOLT_GENERATED_SOURCES} ${ZOLT_GENERATED_HEADERS}
                "${ZOLT_GENERATED_MANIFEST}" ${ZOLT_GENERATED_SIM_SOURCES}
-               "${ZOLT_GENERATED_SWEEP}" ${ZOLT_GENERATED_INCLUDE_CHECKS}
+               "${ZOLT_GENERATED_SWEEP}" "${ZOLT_GENERATED_INVOKE}" ${ZOLT_GENERATED_INCLUDE_CHECKS}
                ${ZOLT_GENERATED_DOCS}
     COMMAND Python3::Interpreter "${PROJECT_SOURCE_DIR}/tools/zoltgen.py"
             "${PROJECT_SOURCE_DIR}/schema" --out "${ZOLT_GENERATED_INCLUDE_DIR}"

@@ -14,11 +14,11 @@ namespace zolt_sim {
 struct Model::Table {
     std::string name;
     int key_count = 0;
-    std::vector<Canon> key;     // one codec per key member
-    std::vector<Canon> values;  // every value codec the table is written with; none if key-only
-    Json::Value fresh;          // a new row's value; the union of the defaults if several types
-    bool has_add = false;       // rows are created by `add`, so `set` does not create them
-    bool per_port = false;      // a fresh switch holds one default row per port
+    std::vector<const Type*> key;     // one type per key member
+    std::vector<const Type*> values;  // the value types; none for a key-only table
+    Json::Value fresh;  // a new row's value; the union of the defaults if several types
+    bool has_add = false;   // rows are created by `add`, so `set` does not create them
+    bool per_port = false;  // a fresh switch holds one default row per port
 
     bool singleton() const { return key_count == 0; }
 };
@@ -53,15 +53,17 @@ Json::Value parse_text(const char* text) {
 }
 
 std::size_t param_count(const MethodInfo& method) {
+    const std::size_t keys =
+        method.table != nullptr ? static_cast<std::size_t>(method.table->key_count) : 0;
     switch (method.shape) {
         case Shape::bare:
         case Shape::get_all:
             return 0;
         case Shape::set:
         case Shape::add:
-            return static_cast<std::size_t>(method.key_count) + (method.value != nullptr ? 1 : 0);
+            return keys + (method.value != nullptr ? 1 : 0);
         default:
-            return static_cast<std::size_t>(method.key_count);
+            return keys;
     }
 }
 
@@ -96,18 +98,61 @@ std::vector<std::string> make_port_names(int count) {
     return names;
 }
 
-Json::Value canonical_key(const std::vector<Canon>& codecs, const Json::Value& key) {
-    if (codecs.empty()) {
+Json::Value canonical_key(const std::vector<const Type*>& types, const Json::Value& key) {
+    if (types.empty()) {
         if (!key.isNull()) throw std::runtime_error("a singleton's key must be null");
         return Json::Value();
     }
-    if (!key.isArray() || key.size() != codecs.size()) {
-        throw std::runtime_error("the key must be an array of " + std::to_string(codecs.size()) +
+    if (!key.isArray() || key.size() != types.size()) {
+        throw std::runtime_error("the key must be an array of " + std::to_string(types.size()) +
                                  " members");
     }
     Json::Value out(Json::arrayValue);
-    for (Json::ArrayIndex i = 0; i < key.size(); ++i) out.append(codecs[i](key[i]));
+    for (Json::ArrayIndex i = 0; i < key.size(); ++i) {
+        Json::Value member;
+        std::string why;
+        if (!check(*types[i], key[i], member, why)) {
+            throw std::runtime_error("key member " + std::to_string(i + 1) + ": " + why);
+        }
+        out.append(member);
+    }
     return out;
+}
+
+// The tables and members this file and the traffic model name: a schema that renames one of
+// them stops the simulator at start-up instead of leaving the code silently without effect.
+void check_names_in_code() {
+    const std::pair<const char*, std::vector<const char*>> names[] = {
+        {"port.control.statistics.clear", {}},
+        {"mac.config.fdb.static", {"PortList"}},
+        {"mac.status.fdb.static", {"PortList", "Dynamic"}},
+        {"mac.status.fdb.full", {"PortList", "Dynamic"}},
+        {"mac.statistics.fdb", {"TotalDynamic", "TotalStatic"}},
+        {"mac.statistics.interface", {"Dynamic"}},
+    };
+    std::vector<std::pair<std::string, std::vector<std::string>>> all;
+    for (const auto& entry : names) {
+        all.emplace_back(entry.first,
+                         std::vector<std::string>(entry.second.begin(), entry.second.end()));
+    }
+    for (const auto& entry : Traffic::counted_members()) all.push_back(entry);
+    for (const auto& entry : all) {
+        const TableInfo* table = find_table(entry.first);
+        if (table == nullptr) {
+            throw std::logic_error("the simulator names table " + entry.first +
+                                   ", which the schema does not have");
+        }
+        for (const std::string& member : entry.second) {
+            bool found = false;
+            for (std::size_t v = 0; v < table->value_count; ++v) {
+                found = found || member_type(*table->values[v], member) != nullptr;
+            }
+            if (!found) {
+                throw std::logic_error("the simulator names member " + member + " of table " +
+                                       entry.first + ", which the schema does not have");
+            }
+        }
+    }
 }
 
 }  // namespace
@@ -121,58 +166,44 @@ Model::Model(int port_count, Clock::time_point now)
 Model::~Model() = default;
 
 void Model::build_catalogue() {
+    check_names_in_code();
+    std::map<const TableInfo*, Table*> by_info;
+    for (std::size_t i = 0; i < kTableCount; ++i) {
+        const TableInfo& info = kTables[i];
+        std::unique_ptr<Table>& slot = tables_[info.name];
+        slot = std::make_unique<Table>();
+        slot->name = info.name;
+        slot->key_count = info.key_count;
+        slot->key.assign(info.key, info.key + info.key_count);
+        slot->values.assign(info.values, info.values + info.value_count);
+        if (info.fresh != nullptr) slot->fresh = parse_text(info.fresh);
+        slot->has_add = info.has_add;
+        slot->per_port = info.per_port;
+        by_info[&info] = slot.get();
+    }
     for (std::size_t i = 0; i < kMethodCount; ++i) {
         const MethodInfo& method = kMethods[i];
-        Table* table = nullptr;
-        if (method.shape != Shape::bare) {
-            std::unique_ptr<Table>& slot = tables_[method.table];
-            if (!slot) {
-                slot = std::make_unique<Table>();
-                slot->name = method.table;
-                slot->key_count = method.key_count;
-                slot->per_port = method.per_port;
-                for (int k = 0; k < method.key_count; ++k) slot->key.push_back(method.key[k]);
-            }
-            table = slot.get();
-            if (table->key_count != method.key_count) {
-                throw std::logic_error(std::string(method.method) + ": the table " + table->name +
-                                       " is used with different keys");
-            }
-            if (method.value != nullptr && std::find(table->values.begin(), table->values.end(),
-                                                     method.value) == table->values.end()) {
-                table->values.push_back(method.value);
-            }
-            if (method.value_default != nullptr) {
-                table->fresh = merge(table->fresh, parse_text(method.value_default));
-            }
-            if (method.shape == Shape::add) table->has_add = true;
-        }
+        Table* table = method.table != nullptr ? by_info.at(method.table) : nullptr;
         overloads_[method.method].push_back(Overload{&method, table, param_count(method)});
     }
 }
 
-// The value a table stores for `raw`: what its codec makes of it. A table written with several
-// record types stores the union of what every codec that accepts the value makes of it, over
-// the table's fresh value, so that each type's get finds all of its members.
+// The value a table stores for `raw`: what the check of the first of its value types that
+// accepts it makes of it. A table served by several record types stores what came, and a get
+// answers with that.
 Json::Value Model::make_value(const Table& table, const Json::Value& raw) const {
     if (table.values.empty()) {
         if (!raw.isNull()) throw std::runtime_error("the table holds keys only");
         return Json::Value();
     }
-    if (table.values.size() == 1) return table.values.front()(raw);
-    Json::Value out = table.fresh;
-    bool accepted = false;
-    std::string why;
-    for (Canon codec : table.values) {
-        try {
-            out = merge(out, codec(raw));
-            accepted = true;
-        } catch (const std::exception& e) {
-            if (why.empty()) why = e.what();
-        }
+    std::string first_why;
+    for (const Type* type : table.values) {
+        Json::Value stored;
+        std::string why;
+        if (check(*type, raw, stored, why)) return stored;
+        if (first_why.empty()) first_why = why;
     }
-    if (!accepted) throw std::runtime_error(why);
-    return out;
+    throw std::runtime_error(first_why);
 }
 
 void Model::seed() {
@@ -189,9 +220,16 @@ void Model::seed() {
             }
         }
     }
-    for (const SeedRow& seed_row : realistic_rows(ports_, traffic_)) {
+    apply_seed(realistic_rows(ports_, traffic_));
+}
+
+void Model::apply_seed(const std::vector<SeedRow>& seed_rows) {
+    for (const SeedRow& seed_row : seed_rows) {
         auto found = tables_.find(seed_row.table);
-        if (found == tables_.end()) continue;  // a family the schema no longer has
+        if (found == tables_.end()) {
+            throw std::logic_error("seed row of " + seed_row.table +
+                                   ": the schema has no such table");
+        }
         const Table& table = *found->second;
         try {
             const Json::Value key = canonical_key(table.key, seed_row.key);
@@ -303,23 +341,23 @@ bool Model::decode(const Overload& overload, const Json::Value& params, Json::Va
                    Json::Value& value, std::string& why) const {
     const MethodInfo& method = *overload.info;
     if (method.shape == Shape::bare || method.shape == Shape::get_all) return true;
-    const auto key_count = static_cast<std::size_t>(method.key_count);
+    const Table& table = *overload.table;
+    const auto key_count = static_cast<std::size_t>(table.key_count);
     if (key_count > 0) key = Json::Value(Json::arrayValue);
     for (std::size_t i = 0; i < key_count; ++i) {
-        try {
-            key.append(method.key[i](params[static_cast<Json::ArrayIndex>(i)]));
-        } catch (const std::exception& e) {
-            why = param_text(i) + ": " + e.what();
+        Json::Value member;
+        if (!check(*table.key[i], params[static_cast<Json::ArrayIndex>(i)], member, why)) {
+            why = param_text(i) + ": " + why;
             return false;
         }
+        key.append(member);
     }
-    if (writes(method.shape) && method.value != nullptr) {
-        try {
-            value = make_value(*overload.table, params[static_cast<Json::ArrayIndex>(key_count)]);
-        } catch (const std::exception& e) {
-            why = param_text(key_count) + ": " + e.what();
-            return false;
-        }
+    // A write is checked against its own overload's type; a table served by several types
+    // has an overload for each, and the caller tries them in turn.
+    if (writes(method.shape) && method.value != nullptr &&
+        !check(*method.value, params[static_cast<Json::ArrayIndex>(key_count)], value, why)) {
+        why = param_text(key_count) + ": " + why;
+        return false;
     }
     return true;
 }

@@ -7,8 +7,9 @@
 // State is one ordered map per table (the method string without its verb, so "port.config.get"
 // and "port.config.set" share "port.config"): canonical key -> canonical value. A key is the JSON
 // array of its members, each in the form the library's own writer gives it; a singleton's one
-// row has the key null. Every value that comes in is decoded and re-encoded by its codec, so the
-// state only ever holds values that fit the schema.
+// row has the key null. Every key member and value that comes in goes through the simulator's own
+// check (sim/sim_schema.h) and is stored in the form the switch sends it, so the state only ever
+// holds values that fit the schema.
 
 #include <json/value.h>
 
@@ -20,6 +21,7 @@
 #include <string>
 #include <vector>
 
+#include "sim/seed.h"
 #include "sim/sim_schema.h"
 #include "sim/traffic.h"
 
@@ -67,6 +69,11 @@ public:
     void restore(const Json::Value& document, Clock::time_point now = Clock::now());
 
     const std::vector<std::string>& port_names() const { return ports_; }
+
+    // Merges hand-written rows over the state (see sim/seed.h). Every row is checked against the
+    // schema: a table it does not have, a member its record does not have or a value of the
+    // wrong type throws std::logic_error naming the table.
+    void apply_seed(const std::vector<SeedRow>& rows);
 
 private:
     struct Table;

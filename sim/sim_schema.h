@@ -1,17 +1,15 @@
 #pragma once
 
-// What the simulator knows of every method, generated from the same schema as the library
-// (the table kMethods lives in the generated sim/methods.cpp). Values are checked with the
-// library's own codecs: `canon<T>` decodes a JSON value into T with T's `parse`, then writes it
-// back with T's writer, so a value that does not fit the schema throws, and a value that fits
-// comes back in the form the library itself would send (for instance a MAC in upper case).
+// What the simulator knows of the schema, generated from it (the tables live in the generated
+// sim/methods.cpp): a descriptor of every type a key member or value can have, every table as
+// the schema states it, and every method. Values are checked against these descriptors by the
+// simulator's own checker (check() below), never by the library's codecs, so a fault that the
+// library's writer and reader share cannot hide behind the simulator.
 
 #include <json/value.h>
 
 #include <cstddef>
-
-#include "codec/record.h"
-#include "codec/table.h"
+#include <string>
 
 namespace zolt_sim {
 
@@ -28,28 +26,73 @@ enum class Shape {
     del,            // params are the key members
 };
 
-using Canon = Json::Value (*)(const Json::Value&);
-
-struct MethodInfo {
-    const char* method;         // "port.config.get"
-    const char* family;         // "port"
-    Shape shape;
-    const char* table;          // the state it works on: the method string without its verb
-    int key_count;              // key members: leading params, or members of a get-all's key
-    Canon key[4];               // each key member's codec
-    Canon value;                // the value's codec; null for key-only tables and bare calls
-    const char* value_default;  // the value a fresh switch holds, as JSON text; null if none
-    bool per_port;              // a fresh switch holds one default row per port in the table
+// How a JSON value of a type is checked, and the form it is stored in.
+enum class Kind {
+    boolean,       // true or false
+    integer,       // an integer number within [low, high]
+    text,          // a string
+    mac,           // "00:1F:A2:0B:3C:D4"; stored with upper-case digits
+    hex,           // lower-case hex text, two digits a byte; stored in lower case
+    timestamp,     // "YYYY-MM-DD HH:MM:SS", or a number of seconds stored as that local-time text
+    text_list,     // an array of strings
+    integer_list,  // an array of integers within [low, high]
+    enumeration,   // one of `texts`
+    record,        // an object with exactly `members`, each of its own type
+    opaque,        // any object: a record the library declares but never reads
 };
 
+struct Type;
+
+struct Member {
+    const char* key;
+    const Type* type;
+};
+
+struct Type {
+    const char* name;  // as C++ spells it: "unsigned short", "zolt_appl_port_mib_conf_t"
+    Kind kind;
+    long long low;            // integer, integer_list
+    unsigned long long high;  // integer, integer_list
+    const char* const* texts;
+    std::size_t text_count;
+    const Member* members;
+    std::size_t member_count;
+};
+
+struct TableInfo {
+    const char* name;    // "port.config": the method strings without their verb
+    const char* family;  // "port"
+    int key_count;       // 0 for a singleton
+    const Type* key[4];  // each key member's type
+    const Type* const* values;  // the value types; none for a key-only table
+    std::size_t value_count;
+    bool per_port;      // a fresh switch holds one default row per port
+    bool has_add;       // rows are created by `add`, so `set` does not create them
+    const char* fresh;  // a fresh row's value as JSON text; null for a key-only table
+};
+
+struct MethodInfo {
+    const char* method;  // "port.config.get"
+    const char* family;  // "port"
+    Shape shape;
+    const TableInfo* table;  // null for bare calls
+    const Type* value;       // the value this overload reads or writes; null if none
+};
+
+extern const TableInfo kTables[];
+extern const std::size_t kTableCount;
 extern const MethodInfo kMethods[];
 extern const std::size_t kMethodCount;
 
-template <class T>
-Json::Value canon(const Json::Value& json) {
-    T value{};
-    parse(json, value);
-    return zolt::to_json(value);
-}
+// Checks `json` against `type`. On success writes the value as the switch stores and sends it
+// to `stored` and returns true; otherwise writes the reason to `why` (naming the member, for a
+// value inside a record) and returns false.
+bool check(const Type& type, const Json::Value& json, Json::Value& stored, std::string& why);
+
+// The table the schema names so, or null.
+const TableInfo* find_table(const std::string& name);
+
+// The type of a record's member, or null when the record has no such member.
+const Type* member_type(const Type& record, const std::string& key);
 
 }  // namespace zolt_sim

@@ -127,6 +127,16 @@ PortProfile Traffic::profile(const std::string& port) const {
 
 bool Traffic::counts(const std::string& table) { return find_table(table) != nullptr; }
 
+std::vector<std::pair<std::string, std::vector<std::string>>> Traffic::counted_members() {
+    std::vector<std::pair<std::string, std::vector<std::string>>> out;
+    for (const CounterTable& entry : kTables) {
+        std::vector<std::string> members;
+        for (std::size_t i = 0; i < entry.count; ++i) members.emplace_back(entry.shares[i].field);
+        out.emplace_back(entry.table, std::move(members));
+    }
+    return out;
+}
+
 Json::Value Traffic::read(const std::string& table, const Json::Value& key, const Json::Value& base,
                           Clock::time_point now) const {
     const CounterTable* counters = find_table(table);

@@ -13,6 +13,7 @@
 #include <chrono>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace zolt_sim {
@@ -39,6 +40,10 @@ public:
 
     // True for the tables whose rows are live counters keyed by port (and queue).
     static bool counts(const std::string& table);
+
+    // Every counted table with the members it advances, for the start-up check against the
+    // schema.
+    static std::vector<std::pair<std::string, std::vector<std::string>>> counted_members();
 
     // `base` plus the traffic of the port named by key[0] since its counting started.
     Json::Value read(const std::string& table, const Json::Value& key, const Json::Value& base,

@@ -527,11 +527,11 @@ TEST(SimulatorRefusals, WrongNumberOfParamsNamesTheCountsAccepted) {
                    "mac.config.global.get takes 0 params, got 1");
 }
 
-TEST(SimulatorRefusals, AValueThatDoesNotFitItsTypeNamesMethodParamAndCodecText) {
+TEST(SimulatorRefusals, AValueThatDoesNotFitItsTypeNamesMethodParamAndReason) {
     Switch sw;
     Simulator& simulator = sw.simulator();
     Raw raw = call(simulator, "port.config.get", R"([1])");
-    expect_refusal(raw, -32602, "port.config.get: param 1: Unexpected type");
+    expect_refusal(raw, -32602, "port.config.get: param 1: expected a string, got an integer");
 
     // A full record with one bad member: a string where the u32 MTU is, an enumeration text
     // the schema does not have, a member missing.
@@ -544,17 +544,29 @@ TEST(SimulatorRefusals, AValueThatDoesNotFitItsTypeNamesMethodParamAndCodecText)
         return call(simulator, "port.config.set",
                     "[\"Gi 1/1\"," + Json::writeString(writer, bad) + "]");
     };
-    expect_refusal(set_with("MTU", "1500"), -32602, "port.config.set: param 2: Unexpected type");
+    expect_refusal(set_with("MTU", "1500"), -32602,
+                   "port.config.set: param 2: member \"MTU\": expected an integer, got a string");
     expect_refusal(set_with("Speed", "force40GModeFdx"), -32602,
-                   "port.config.set: param 2: out-of-range-enum");
+                   "port.config.set: param 2: member \"Speed\": \"force40GModeFdx\" is not a text "
+                   "of zolt_appl_port_speed_t");
+    expect_refusal(set_with("PFC", 256), -32602,
+                   "port.config.set: param 2: member \"PFC\": 256 is out of range for unsigned "
+                   "char (0..255)");
+    expect_refusal(set_with("Extra", 1), -32602,
+                   "port.config.set: param 2: unknown member \"Extra\" in "
+                   "zolt_appl_port_mib_conf_t");
     Json::Value partial = conf;
     partial.removeMember("FC");
     expect_refusal(call(simulator, "port.config.set",
                         "[\"Gi 1/1\"," + Json::writeString(writer, partial) + "]"),
-                   -32602, "port.config.set: param 2: Unexpected type");
+                   -32602, "port.config.set: param 2: missing member \"FC\"");
     expect_refusal(
         call(simulator, "mac.config.fdb.static.add", R"([1, "00:1F:A2:0B:3C", {"PortList":[]}])"),
-        -32602, "mac.config.fdb.static.add: param 2: Mac address is invalid");
+        -32602, "mac.config.fdb.static.add: param 2: \"00:1F:A2:0B:3C\" is not a MAC address");
+    expect_refusal(
+        call(simulator, "mac.config.fdb.static.add", R"([70000, "00:1F:A2:0B:3C:D4", {}])"),
+        -32602, "mac.config.fdb.static.add: param 1: 70000 is out of range for unsigned short "
+                "(0..65535)");
 
     // Nothing refused reached the state.
     zolt_appl_port_mib_conf_t now{};
@@ -562,7 +574,7 @@ TEST(SimulatorRefusals, AValueThatDoesNotFitItsTypeNamesMethodParamAndCodecText)
     EXPECT_EQ(now.MTU, 10240u);
 }
 
-TEST(SimulatorRefusals, AcceptedValuesAreStoredInTheLibrarysOwnForm) {
+TEST(SimulatorRefusals, AcceptedValuesAreStoredInTheSwitchsOwnForm) {
     Simulator simulator;
     simulator.start();
     const Raw added =
@@ -693,7 +705,8 @@ TEST(SimulatorStateFile, AFileThatDoesNotFitTheSchemaStopsTheStart) {
     options.state_file = path;
     Simulator simulator(options);
     EXPECT_THROW_EXACT(simulator.start(), std::runtime_error,
-                       "state file " + path + ": table port.config, row 1: Unexpected type");
+                       "state file " + path +
+                           ": table port.config, row 1: missing member \"Shutdown\"");
 
     {
         std::ofstream out(path);

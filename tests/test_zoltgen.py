@@ -234,7 +234,7 @@ class Output(unittest.TestCase):
         self.assertEqual(sorted(first), [
             "docs/demo.md", "schema/families.h", "schema/manifest.tsv", "schema/ports/demo.cpp",
             "schema/ports/demo.h", "sim/methods.cpp", "tests/include_demo.cpp",
-            "tests/sweep.cpp"])
+            "tests/sweep.cpp", "tools/invoke.cpp"])
         header = first["schema/ports/demo.h"]
         self.assertIn("zolt_demo_speed_unknown = -1,", header)
         # A record comes after the enumeration it holds, whatever the file's order.
@@ -419,7 +419,8 @@ class Compiles(unittest.TestCase):
                 os.makedirs(os.path.join(out, "client"), exist_ok=True)
                 with open(os.path.join(out, "client", "version.h"), "w") as f:
                     f.write(version)
-            for source in ("schema/ports/every.cpp", "sim/methods.cpp", "tests/sweep.cpp"):
+            for source in ("schema/ports/every.cpp", "sim/methods.cpp", "tests/sweep.cpp",
+                           "tools/invoke.cpp"):
                 cc = subprocess.run(
                     [compiler, "-std=c++17", "-Wall", "-Wextra", "-Werror", "-fsyntax-only",
                      "-I", ROOT, "-I", os.path.join(ROOT, "tests"), "-I", out,

@@ -75,29 +75,141 @@ U32S = Type("vector", "std::vector<unsigned int>", (U32,))
 TIMESTAMP = Type("timestamp", "time_t", name="timestamp")
 KEY_ONLY = Type("tuple", "std::tuple<>")
 
-# Records that the codec layer declares by hand and every family may use.
-BUILTIN_RECORDS = {
-    "zolt_mac_t": MAC,
-    "zolt_ipv4_uc_t": Type("record", "zolt_ipv4_uc_t", name="zolt_ipv4_uc_t"),
-    "NAS_ifindex_index": Type("record", "NAS_ifindex_index", name="NAS_ifindex_index"),
+IPV4_ROUTE = Type("record", "zolt_ipv4_uc_t", name="zolt_ipv4_uc_t")
+IFINDEX = Type("record", "NAS_ifindex_index", name="NAS_ifindex_index")
+
+
+@dataclass(frozen=True)
+class Word:
+    """Everything the emitters know of one type that the codec layer defines: the header takes
+    its C++ spelling, the typed functions its passing, the reference pages its wire form, the
+    simulator its check and default, the sweep its sample. Enumerations, records and the shared
+    records follow the rules of `word_of`."""
+    type: Type
+    field: Optional[str]     # the word in a record, None where no field may have the type
+    arg: Optional[str]       # the word as an argument or output, None where none may have it
+    passing: str             # "value", "ref", "either" (`T` or `T const&`), "" for no argument
+    wire: str                # the JSON form, for the reference pages
+    check: str               # the simulator's check: a Kind of sim/sim_schema.h
+    low: int = 0             # the range of an integer (of each element of an integer list)
+    high: int = 0
+    default: object = None   # the value a fresh switch holds
+    sample: object = None    # seed -> a value unlike the default, different for each seed
+
+
+WORDS = [
+    Word(BOOL, "bool", "bool", "ref", "boolean", "boolean", default=False,
+         sample=lambda seed: True),
+    Word(U8, "u8", "unsigned char", "value", "number 0..255", "integer", 0, 2**8 - 1, 0,
+         lambda seed: 7 + seed % 100),
+    Word(U16, "u16", "unsigned short", "either", "number 0..65535", "integer", 0, 2**16 - 1, 0,
+         lambda seed: 1000 + seed),
+    Word(U32, "u32", "unsigned int", "value", "number 0..4294967295", "integer", 0, 2**32 - 1,
+         0, lambda seed: 1000 + seed),
+    Word(U64, "u64", None, "", "number 0..2^64-1", "integer", 0, 2**64 - 1, 0,
+         lambda seed: 5000000000 + seed),
+    Word(I16, "i16", None, "", "signed number, 16 bits", "integer", -2**15, 2**15 - 1, 0,
+         lambda seed: 7 + seed % 100),
+    Word(I32, "i32", "int", "value", "signed number, 32 bits", "integer", -2**31, 2**31 - 1, 0,
+         lambda seed: 1000 + seed),
+    Word(I64, "i64", None, "", "signed number, 64 bits", "integer", -2**63, 2**63 - 1, 0,
+         lambda seed: 5000000000 + seed),
+    Word(STRING, "string", "string", "ref", "string", "text", default="",
+         sample=lambda seed: f"text {seed}"),
+    Word(MAC, "zolt_mac_t", "zolt_mac_t", "ref", '"00:1F:A2:0B:3C:D4"', "mac",
+         default="00:00:00:00:00:00",
+         sample=lambda seed: "02:00:00:00:%02X:%02X" % (seed // 256 % 256, seed % 256)),
+    Word(BYTES, "byte list", None, "", "lower-case hex text", "hex", default="",
+         sample=lambda seed: "0a0b%02x" % (seed % 256)),
+    Word(STRINGS, "list of string", "vector<string>", "", "array of strings", "text_list",
+         default=[], sample=lambda seed: ["Gi 1/2", f"Gi 1/{3 + seed % 5}"]),
+    Word(U16S, "list of u16", None, "", "array of numbers 0..65535", "integer_list", 0,
+         2**16 - 1, [], lambda seed: [1, 10 + seed]),
+    Word(U32S, "list of u32", None, "", "array of numbers 0..4294967295", "integer_list", 0,
+         2**32 - 1, [], lambda seed: [1, 10 + seed]),
+    # Written as the number of seconds, read as local-time text: the switch sends the text.
+    Word(TIMESTAMP, "timestamp", None, "", 'written as a number, read as "YYYY-MM-DD HH:MM:SS"',
+         "timestamp", default=0, sample=lambda seed: 1700000000 + seed),
+]
+WORD_OF = {w.type: w for w in WORDS}
+
+# Records that the codec layer declares by hand and every family may use, with their members.
+BUILTIN_RECORDS = {"zolt_mac_t": MAC, "zolt_ipv4_uc_t": IPV4_ROUTE, "NAS_ifindex_index": IFINDEX}
+BUILTIN_MEMBERS = {
+    IPV4_ROUTE: [("networkAddress", STRING), ("networkPrefixSize", I32), ("nextHop", STRING)],
+    IFINDEX: [("InterfaceNo", STRING)],
+}
+BUILTIN_SAMPLES = {
+    IPV4_ROUTE: {"networkAddress": "10.0.0.0", "networkPrefixSize": 8, "nextHop": "10.0.0.1"},
+    IFINDEX: {"InterfaceNo": "Gi 1/2"},
 }
 
-FIELD_WORDS = {
-    "bool": BOOL, "u8": U8, "u16": U16, "u32": U32, "u64": U64,
-    "i16": I16, "i32": I32, "i64": I64, "string": STRING,
-    "byte list": BYTES, "list of string": STRINGS, "list of u16": U16S, "list of u32": U32S,
-    "timestamp": TIMESTAMP,
-}
-
+FIELD_WORDS = {w.field: w.type for w in WORDS if w.field}
+FIELD_WORDS.update({"zolt_ipv4_uc_t": IPV4_ROUTE, "NAS_ifindex_index": IFINDEX})
 # Argument and output words, spelled as C++ does.
-CPP_WORDS = {
-    "bool": BOOL, "int": I32, "unsigned int": U32, "unsigned short": U16,
-    "unsigned char": U8, "string": STRING,
-}
+CPP_WORDS = {w.arg: w.type for w in WORDS if w.arg and " " not in w.arg.replace("unsigned ", "")
+             and "<" not in w.arg and w.type != MAC}
 
-# How an argument is passed follows from its type; unsigned short alone comes both ways.
-BY_VALUE = {I32, U32, U8}
-BY_REFERENCE = {STRING, BOOL}
+
+def passing_of(t):
+    """"value", "ref" or "either" for a type that can be an argument, "" otherwise."""
+    if t in WORD_OF:
+        return WORD_OF[t].passing
+    if t.kind == "enum":
+        return "value"
+    if t.kind == "record":
+        return "ref"
+    return ""
+
+
+def members_of(t, loader):
+    """A record's (JSON key, type) pairs."""
+    if t in BUILTIN_MEMBERS:
+        return BUILTIN_MEMBERS[t]
+    return [(f.key, f.type) for f in loader.records[t.cpp].fields]
+
+
+def default_json(t, loader):
+    """A value as a freshly set-up switch would hold it: numbers 0, texts and lists empty,
+    enumerations at their first text."""
+    if t in WORD_OF:
+        return WORD_OF[t].default
+    if t.kind == "enum":
+        return loader.enums[t.cpp].values[0][1]
+    if t.kind == "opaque":
+        return {}
+    if t.kind == "record":
+        return {k: default_json(ft, loader) for k, ft in members_of(t, loader)}
+    if t.kind == "tuple":
+        return None
+    raise AssertionError(t)
+
+
+def written_json(t, loader, seed=0):
+    """A value unlike a fresh switch's in every field, so that a read after a write can tell
+    whether each field made the trip: numbers away from 0, texts and lists not empty,
+    enumerations at their last text."""
+    if t in WORD_OF:
+        return WORD_OF[t].sample(seed)
+    if t in BUILTIN_SAMPLES:
+        return BUILTIN_SAMPLES[t]
+    if t.kind == "enum":
+        return loader.enums[t.cpp].values[-1][1]
+    if t.kind == "record":
+        return {k: written_json(ft, loader, seed + i)
+                for i, (k, ft) in enumerate(members_of(t, loader))}
+    raise AssertionError(t)
+
+
+def sample_json(t, loader):
+    """A key member the simulator's fresh state knows: interface keys name its first port."""
+    if t == STRING:
+        return "Gi 1/1"
+    if t in (I32, U32, U16, U8):
+        return 1
+    if t == MAC:
+        return "00:00:00:00:00:01"
+    return default_json(t, loader)
 
 
 # ----------------------------------------------------------------------------------------------
@@ -505,13 +617,14 @@ class Loader:
         self.check_tables_used(fam)
 
     def passing(self, fam, line, t, ref):
-        if t == U16:
+        how = passing_of(t)
+        if how == "either":
             return bool(ref)
-        if t in BY_VALUE or t.kind == "enum":
+        if how == "value":
             if ref:
                 self.fail(fam, line, f"'{t.cpp}' is passed by value; drop const&")
             return False
-        if t in BY_REFERENCE or t.kind == "record":
+        if how == "ref":
             return True
         self.fail(fam, line, f"'{t.cpp}' cannot be an argument")
 
@@ -876,64 +989,187 @@ def gen_manifest(families):
 
 # --- the simulator's method table ---------------------------------------------------------------
 
-def default_json(t, loader):
-    """A value as a freshly set-up switch would hold it: numbers 0, texts and lists empty,
-    enumerations at their first text."""
-    if t.kind == "scalar":
-        return False if t == BOOL else "" if t == STRING else 0
-    if t.kind == "timestamp":
-        return 0
-    if t.kind == "vector":
-        return "" if t == BYTES else []
-    if t.kind == "enum":
-        return loader.enums[t.cpp].values[0][1]
-    if t == MAC:
-        return "00:00:00:00:00:00"
-    if t.cpp == "zolt_ipv4_uc_t":
-        return {"networkAddress": "", "networkPrefixSize": 0, "nextHop": ""}
-    if t.cpp == "NAS_ifindex_index":
-        return {"InterfaceNo": ""}
-    if t.kind == "record":
-        return {f.key: default_json(f.type, loader) for f in loader.records[t.cpp].fields}
-    if t.kind == "tuple":
-        return None
-    raise AssertionError(t)
+def sim_ident(t):
+    """The C++ name of a type's descriptor in the simulator's table."""
+    return "k_" + re.sub(r"[^A-Za-z0-9]+", "_", t.cpp).strip("_")
 
 
-def codec_of(t):
-    if t is None or (t.kind == "tuple" and not t.args) or t.kind == "opaque":
-        return "nullptr"
-    return f"&zolt_sim::canon<{t.cpp}>"
+def sim_check(t):
+    """The simulator's check of a type: its Kind and, for integers, the range."""
+    if t in WORD_OF:
+        w = WORD_OF[t]
+        return w.check, w.low, w.high
+    return {"enum": "enumeration", "record": "record", "opaque": "opaque"}[t.kind], 0, 0
+
+
+def merged_default(values, loader):
+    """A fresh row of a table: the default of its value type; for a table served by several
+    record types, the union of their defaults, so that a get of every type finds its members."""
+    out = None
+    for v in values:
+        d = default_json(v, loader)
+        out = dict(out or {}, **d) if isinstance(d, dict) and (out is None or isinstance(out, dict)) \
+            else (d if out is None else out)
+    return out
 
 
 def gen_sim(families, loader):
-    out = ["// Generated by tools/zoltgen.py: the simulator's view of every method. Do not edit.\n",
-           '#include "sim/sim_schema.h"\n\n#include "client/zoltclient.h"\n\n',
-           "namespace zolt_sim {\n\nconst MethodInfo kMethods[] = {\n"]
-    rows = {}
+    """The simulator's table: a descriptor of every type a key member or value can have (its
+    JSON check, range, enumeration texts, record members), every table as the schema states
+    it, and every method with its shape, table and the value type it reads or writes."""
+    types, order = {}, []
+
+    def need(t):
+        if t in types:
+            return
+        types[t] = True
+        if t.kind == "record" and t != MAC:
+            for _, ft in members_of(t, loader):
+                need(ft)
+        order.append(t)
+
+    for fam in families:
+        for table in fam.tables:
+            for k in table.keys:
+                need(k)
+            for v in table.values:
+                if v != KEY_ONLY:
+                    need(v)
+    out = ["// Generated by tools/zoltgen.py: the simulator's view of every type, table and method.\n"
+           "// Do not edit.\n",
+           '#include "sim/sim_schema.h"\n\nnamespace zolt_sim {\n\n']
+    for t in order:
+        out.append(f"extern const Type {sim_ident(t)};\n")
+    out.append("\nnamespace {\n\n")
+    for t in order:
+        if t.kind == "enum":
+            texts = ", ".join(c_string(text) for _, text in loader.enums[t.cpp].values)
+            out.append(f"const char* const {sim_ident(t)}_texts[] = {{{texts}}};\n")
+        elif t.kind == "record" and t != MAC:
+            members = ", ".join(f"{{{c_string(k)}, &{sim_ident(ft)}}}" for k, ft in members_of(t, loader))
+            out.append(f"const Member {sim_ident(t)}_members[] = {{{members}}};\n")
+    out.append("\n}  // namespace\n\n")
+    for t in order:
+        kind, low, high = sim_check(t)
+        texts, members = "nullptr, 0", "nullptr, 0"
+        if t.kind == "enum":
+            texts = f"{sim_ident(t)}_texts, {len(loader.enums[t.cpp].values)}"
+        elif t.kind == "record" and t != MAC:
+            members = f"{sim_ident(t)}_members, {len(members_of(t, loader))}"
+        low_text = f"{low}LL" if low > -2**63 else "-9223372036854775807LL - 1"
+        out.append(f"const Type {sim_ident(t)} = {{{c_string(t.cpp.replace('std::', ''))}, Kind::{kind}, "
+                   f"{low_text}, {high}ULL, "
+                   f"{texts}, {members}}};\n")
+    out.append("\nnamespace {\n\n")
+    tables = [(fam, t) for fam in families for t in fam.tables]
+    for i, (fam, t) in enumerate(tables):
+        values = [v for v in t.values if v != KEY_ONLY]
+        if values:
+            out.append(f"const Type* const kValues{i}[] = {{{', '.join('&' + sim_ident(v) for v in values)}}};\n")
+    out.append("\n}  // namespace\n\nconst TableInfo kTables[] = {\n")
+    index = {}
+    for i, (fam, t) in enumerate(tables):
+        index[t.name] = i
+        values = [v for v in t.values if v != KEY_ONLY]
+        keys = ", ".join("&" + sim_ident(k) for k in t.keys) or "nullptr"
+        has_add = any(m.shape == "add" and m.table_info is t for m in fam.methods)
+        fresh = "nullptr" if not values else c_string(
+            json.dumps(merged_default(values, loader), separators=(",", ":")))
+        vals = f"kValues{i}, {len(values)}" if values else "nullptr, 0"
+        out.append(f"    {{{c_string(t.name)}, {c_string(fam.name)}, {len(t.keys)}, {{{keys}}}, {vals}, "
+                   f"{'true' if t.per_port else 'false'}, {'true' if has_add else 'false'}, {fresh}}},\n")
+    out.append("};\n\nconst std::size_t kTableCount = sizeof(kTables) / sizeof(kTables[0]);\n\n"
+               "const MethodInfo kMethods[] = {\n")
+    rows = []
     for fam in families:
         for m in fam.methods:
             if m.shape == "get_all":
-                k, v = m.out.args
-                keys = list(k.args) if k.kind == "tuple" else [k]
-                value = v
+                value = m.out.args[1]
+            elif m.shape in ("set", "add"):
+                value = m.args[-1].type if len(m.args) > m.key_count else None
             else:
-                keys = [a.type for a in m.args[:m.key_count]]
-                rest = m.args[m.key_count:]
-                value = rest[0].type if rest else m.out
-            per_port = m.table_info is not None and m.table_info.per_port
-            row = (m.rpc, m.shape, m.table, len(keys), keys, value, per_port, fam.name)
-            rows.setdefault(m.rpc, []).append(row)
-    for rpc in sorted(rows):
-        for rpc_, shape, table, n, keys, value, per_port, famname in rows[rpc]:
-            key_codecs = ", ".join(codec_of(k) for k in keys) or "nullptr"
-            dflt = "nullptr" if value is None or value.kind in ("tuple", "opaque") else c_string(
-                json.dumps(default_json(value, loader), separators=(",", ":")))
-            out.append(f"    {{{c_string(rpc)}, {c_string(famname)}, Shape::{shape}, {c_string(table)}, "
-                       f"{n}, {{{key_codecs}}}, {codec_of(value)}, {dflt}, "
-                       f"{'true' if per_port else 'false'}}},\n")
+                value = m.out
+            if value is not None and value == KEY_ONLY:
+                value = None
+            table = f"&kTables[{index[m.table]}]" if m.table_info is not None else "nullptr"
+            rows.append((m.rpc, f"    {{{c_string(m.rpc)}, {c_string(fam.name)}, Shape::{m.shape}, {table}, "
+                                f"{'&' + sim_ident(value) if value is not None else 'nullptr'}}},\n"))
+    out += [r for _, r in sorted(rows, key=lambda r: r[0])]
     out.append("};\n\nconst std::size_t kMethodCount = sizeof(kMethods) / sizeof(kMethods[0]);\n\n"
                "}  // namespace zolt_sim\n")
+    return "".join(out)
+
+
+SCHEMA_WORDS = {U8: "unsigned char", U16: "unsigned short", U32: "unsigned int", I32: "int",
+                BOOL: "bool", STRING: "string", STRINGS: "vector<string>"}
+
+
+def schema_spelling(t):
+    """An argument or output type as a method line writes it (without const&)."""
+    if t in SCHEMA_WORDS:
+        return SCHEMA_WORDS[t]
+    if t.kind == "map":
+        return f"map<{schema_spelling(t.args[0])}, {schema_spelling(t.args[1])}>"
+    if t.kind == "tuple":
+        return "tuple<" + ", ".join(schema_spelling(a) for a in t.args) + ">"
+    return t.cpp
+
+
+def signature(m):
+    """A typed function as its method line reads: name, argument types, output."""
+    args = ", ".join(schema_spelling(a.type) for a in m.args) or "-"
+    return f"{m.exported} {args} -> {schema_spelling(m.out) if m.out is not None else '-'}"
+
+
+def gen_invoke(families, loader):
+    """Tables that drive the library from JSON (tools/invoke.h): an invoker per typed function
+    and a round trip per value and key type."""
+    types, order = set(), []
+    for fam in families:
+        for m in fam.methods:
+            for t in [a.type for a in m.args] + ([m.out] if m.out is not None else []):
+                parts = list(t.args) if t.kind == "map" else [t]
+                for p in parts:
+                    for q in (list(p.args) if p.kind == "tuple" and p.args else [p]):
+                        if q not in types and q.kind != "tuple" and q.kind != "opaque":
+                            types.add(q)
+                            order.append(q)
+    out = ["// Generated by tools/zoltgen.py: the library driven from JSON. Do not edit.\n",
+           '#include "tools/invoke.h"\n\n#include "client/zoltclient.h"\n\n',
+           "namespace zolt_tool {\nnamespace {\n\n"
+           "template <class T>\nJson::Value round_trip(const Json::Value& json) {\n"
+           "    T value{};\n    parse(json, value);\n    return zolt::to_json(value);\n}\n\n"
+           "}  // namespace\n\nconst Codec kCodecs[] = {\n"]
+    for t in sorted(order, key=lambda t: t.cpp):
+        out.append(f"    {{{c_string(t.cpp)}, &round_trip<{t.cpp}>}},\n")
+    out.append("};\n\nconst std::size_t kCodecCount = sizeof(kCodecs) / sizeof(kCodecs[0]);\n\n")
+    out.append("namespace {\n\n")
+    calls = []
+    for fam in families:
+        for m in fam.methods:
+            i = len(calls)
+            calls.append(m)
+            names = [f"a{k}" for k in range(len(m.args))]
+            out.append(f"// {signature(m)}\n"
+                       f"int invoke{i}(void* handle, const Json::Value& args, Json::Value* output) {{\n")
+            if not m.args:
+                out.append("    (void)args;\n")
+            if m.out is None or m.out.kind == "opaque":
+                out.append("    (void)output;\n")
+            for k, (a, n) in enumerate(zip(m.args, names)):
+                out.append(f"    const auto {n} = argument<{a.type.cpp}>(args, {k});\n")
+            call = ", ".join(["handle"] + names + (["&out"] if m.out is not None else []))
+            if m.out is not None:
+                out.append(f"    {m.out.cpp} out{{}};\n")
+            out.append(f"    const int code = {m.exported}({call});\n")
+            if m.out is not None and m.out.kind != "opaque":
+                out.append("    if (code == 0) *output = output_json(out);\n")
+            out.append("    return code;\n}\n\n")
+    out.append("}  // namespace\n\nconst Invoker kInvokers[] = {\n")
+    for i, m in enumerate(calls):
+        out.append(f"    {{{c_string(signature(m))}, {c_string(m.rpc)}, {c_string(m.shape)}, &invoke{i}}},\n")
+    out.append("};\n\nconst std::size_t kInvokerCount = sizeof(kInvokers) / sizeof(kInvokers[0]);\n\n"
+               "}  // namespace zolt_tool\n")
     return "".join(out)
 
 
@@ -942,53 +1178,6 @@ def gen_sim(families, loader):
 # Within one table: create, then change, then read, then delete.
 SWEEP_ORDER = {"add": 0, "set": 1, "singleton_get": 2, "keyed_get": 2, "scalar_get": 2,
                "list_get": 2, "exists": 2, "get_all": 3, "bare": 4, "del": 5}
-
-
-def sample_json(t, loader):
-    """An argument the simulator's seeded state knows: interface keys name its first port."""
-    if t == STRING:
-        return "Gi 1/1"
-    if t in (I32, U32, U16, U8):
-        return 1
-    if t == MAC:
-        return "00:00:00:00:00:01"
-    return default_json(t, loader)
-
-
-def written_json(t, loader, seed=0):
-    """A value unlike a fresh switch's in every field, so that a read after a write can tell
-    whether each field made the trip: numbers away from 0, texts and lists not empty,
-    enumerations at their last text."""
-    if t == BOOL:
-        return True
-    if t == STRING:
-        return f"text {seed}"
-    if t in (U8, I16):
-        return 7 + seed % 100
-    if t in (U16, I32, U32):
-        return 1000 + seed
-    if t in (U64, I64):
-        return 5000000000 + seed
-    if t.kind == "timestamp":
-        return 0
-    if t == BYTES:
-        return "0a0b%02x" % (seed % 256)
-    if t == STRINGS:
-        return ["Gi 1/2", f"Gi 1/{3 + seed % 5}"]
-    if t in (U16S, U32S):
-        return [1, 10 + seed]
-    if t.kind == "enum":
-        return loader.enums[t.cpp].values[-1][1]
-    if t == MAC:
-        return "02:00:00:00:%02X:%02X" % (seed // 256 % 256, seed % 256)
-    if t.cpp == "zolt_ipv4_uc_t":
-        return {"networkAddress": "10.0.0.0", "networkPrefixSize": 8, "nextHop": "10.0.0.1"}
-    if t.cpp == "NAS_ifindex_index":
-        return {"InterfaceNo": "Gi 1/2"}
-    if t.kind == "record":
-        return {f.key: written_json(f.type, loader, seed + i)
-                for i, f in enumerate(loader.records[t.cpp].fields)}
-    raise AssertionError(t)
 
 
 def sweep_rank(m):
@@ -1066,13 +1255,9 @@ SHAPE_WORDS = {
 
 
 def type_word(t):
-    """A record field's type as the schema writes it."""
-    if t.kind in ("scalar", "timestamp"):
-        return t.name
-    if t == BYTES:
-        return "byte list"
-    if t.kind == "vector":
-        return "list of " + t.args[0].name
+    """A record field's type as the schema writes it, and its wire form."""
+    if t in WORD_OF and WORD_OF[t].field and t != MAC:
+        return f"{WORD_OF[t].field} ({WORD_OF[t].wire})"
     return f"`{t.cpp}`"
 
 
@@ -1144,6 +1329,7 @@ def main(argv=None):
     write_if_changed(os.path.join(ns.out, "schema", "families.h"), gen_families(families))
     write_if_changed(os.path.join(ns.out, "schema", "manifest.tsv"), gen_manifest(families))
     write_if_changed(os.path.join(ns.out, "sim", "methods.cpp"), gen_sim(families, loader))
+    write_if_changed(os.path.join(ns.out, "tools", "invoke.cpp"), gen_invoke(families, loader))
     write_if_changed(os.path.join(ns.out, "tests", "sweep.cpp"), gen_sweep(families, loader))
     for fam in families:
         write_if_changed(os.path.join(ns.out, "tests", f"include_{fam.name}.cpp"),

@@ -1,0 +1,178 @@
+// The simulator's own value checker, on its own: it shares no code with the library's codecs, so
+// these tests state the switch's rules directly, with type descriptors written here. Also the
+// strict check of the hand-written seed rows at start-up.
+
+#include <gtest/gtest.h>
+#include <json/json.h>
+
+#include <ctime>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "sim/model.h"
+#include "sim/sim_schema.h"
+#include "support/expect.h"
+
+namespace {
+
+using zolt_sim::check;
+using zolt_sim::Kind;
+using zolt_sim::Member;
+using zolt_sim::Type;
+
+Json::Value json_of(const std::string& text) {
+    Json::Value value;
+    Json::Reader().parse(text, value, false);
+    return value;
+}
+
+const Type kBool = {"bool", Kind::boolean, 0, 0, nullptr, 0, nullptr, 0};
+const Type kU8 = {"unsigned char", Kind::integer, 0, 255, nullptr, 0, nullptr, 0};
+const Type kI16 = {"short", Kind::integer, -32768, 32767, nullptr, 0, nullptr, 0};
+const Type kU64 = {"unsigned long long", Kind::integer, 0, ~0ULL, nullptr, 0, nullptr, 0};
+const Type kText = {"string", Kind::text, 0, 0, nullptr, 0, nullptr, 0};
+const Type kMac = {"zolt_mac_t", Kind::mac, 0, 0, nullptr, 0, nullptr, 0};
+const Type kHex = {"vector<unsigned char>", Kind::hex, 0, 0, nullptr, 0, nullptr, 0};
+const Type kStamp = {"time_t", Kind::timestamp, 0, 0, nullptr, 0, nullptr, 0};
+const Type kNames = {"vector<string>", Kind::text_list, 0, 0, nullptr, 0, nullptr, 0};
+const Type kVlans = {"vector<unsigned short>", Kind::integer_list, 0, 65535, nullptr, 0, nullptr, 0};
+const char* const kModeTexts[] = {"auto", "disable", "secure"};
+const Type kMode = {"zolt_mode_t", Kind::enumeration, 0, 0, kModeTexts, 3, nullptr, 0};
+const Member kInnerMembers[] = {{"Name", &kText}};
+const Type kInner = {"zolt_inner_t", Kind::record, 0, 0, nullptr, 0, kInnerMembers, 1};
+const Member kOuterMembers[] = {{"Enabled", &kBool}, {"Mode", &kMode}, {"Inner", &kInner}};
+const Type kOuter = {"zolt_outer_t", Kind::record, 0, 0, nullptr, 0, kOuterMembers, 3};
+const Type kOpaque = {"zolt_inventory_t", Kind::opaque, 0, 0, nullptr, 0, nullptr, 0};
+
+// The reason the checker gives for `text` as a value of `type`; empty when it is accepted.
+std::string refusal(const Type& type, const std::string& text) {
+    Json::Value stored;
+    std::string why;
+    return check(type, json_of(text), stored, why) ? std::string() : why;
+}
+
+Json::Value stored(const Type& type, const std::string& text) {
+    Json::Value out;
+    std::string why;
+    EXPECT_TRUE(check(type, json_of(text), out, why)) << text << ": " << why;
+    return out;
+}
+
+TEST(SimChecker, EveryKindRefusesTheWrongJsonType) {
+    EXPECT_EQ(refusal(kBool, "1"), "expected a boolean, got an integer");
+    EXPECT_EQ(refusal(kU8, "true"), "expected an integer, got a boolean");
+    EXPECT_EQ(refusal(kU8, "1.5"), "expected an integer, got a number with a fraction");
+    EXPECT_EQ(refusal(kText, "null"), "expected a string, got null");
+    EXPECT_EQ(refusal(kMac, "[]"), "expected a MAC address text, got an array");
+    EXPECT_EQ(refusal(kHex, "{}"), "expected a hex text, got an object");
+    EXPECT_EQ(refusal(kStamp, "true"), "expected a time stamp, got a boolean");
+    EXPECT_EQ(refusal(kNames, R"("Gi 1/1")"), "expected an array, got a string");
+    EXPECT_EQ(refusal(kMode, "0"), "expected an enumeration text, got an integer");
+    EXPECT_EQ(refusal(kOuter, "[]"), "expected an object, got an array");
+    EXPECT_EQ(refusal(kOpaque, R"("x")"), "expected an object, got a string");
+}
+
+TEST(SimChecker, IntegersMustFitTheirWidth) {
+    EXPECT_EQ(refusal(kU8, "255"), "");
+    EXPECT_EQ(refusal(kU8, "256"), "256 is out of range for unsigned char (0..255)");
+    EXPECT_EQ(refusal(kU8, "-1"), "-1 is out of range for unsigned char (0..255)");
+    EXPECT_EQ(refusal(kI16, "-32768"), "");
+    EXPECT_EQ(refusal(kI16, "32768"), "32768 is out of range for short (-32768..32767)");
+    EXPECT_EQ(refusal(kU64, "18446744073709551615"), "");
+    EXPECT_EQ(refusal(kVlans, "[1, 70000]"),
+              "element 2: 70000 is out of range for vector<unsigned short> (0..65535)");
+    EXPECT_EQ(refusal(kNames, R"(["Gi 1/1", 2])"), "element 2: expected a string, got an integer");
+}
+
+TEST(SimChecker, EqualNumbersAreStoredAlikeWhateverTheirJsonType) {
+    const Json::Value from_signed = stored(kU64, "5");
+    Json::Value from_unsigned;
+    std::string why;
+    ASSERT_TRUE(check(kU64, Json::Value(Json::UInt64(5)), from_unsigned, why));
+    EXPECT_EQ(from_signed, from_unsigned);
+    EXPECT_FALSE(from_signed < from_unsigned || from_unsigned < from_signed) << "equal map keys";
+}
+
+TEST(SimChecker, EnumerationsAreTheirExactTexts) {
+    EXPECT_EQ(refusal(kMode, R"("secure")"), "");
+    EXPECT_EQ(refusal(kMode, R"("Secure")"), "\"Secure\" is not a text of zolt_mode_t");
+}
+
+TEST(SimChecker, RecordsNeedEveryMemberAndNoOther) {
+    EXPECT_EQ(refusal(kOuter, R"({"Enabled": true, "Mode": "auto", "Inner": {"Name": "x"}})"), "");
+    EXPECT_EQ(refusal(kOuter, R"({"Enabled": true, "Inner": {"Name": "x"}})"),
+              "missing member \"Mode\"");
+    EXPECT_EQ(refusal(kOuter, R"({"Enabled": true, "Mode": "auto", "Inner": {"Name": 1}})"),
+              "member \"Inner\": member \"Name\": expected a string, got an integer");
+    EXPECT_EQ(refusal(kOuter,
+                      R"({"Enabled": true, "Mode": "auto", "Inner": {"Name": ""}, "Bad": 1})"),
+              "unknown member \"Bad\" in zolt_outer_t");
+}
+
+TEST(SimChecker, MacAndHexAreStoredInTheSwitchsLetterCase) {
+    EXPECT_EQ(stored(kMac, R"("0:1f:a2:b:3c:d4")"), Json::Value("00:1F:A2:0B:3C:D4"));
+    EXPECT_EQ(refusal(kMac, R"("00:1F:A2:0B:3C")"), "\"00:1F:A2:0B:3C\" is not a MAC address");
+    EXPECT_EQ(refusal(kMac, R"("00:1F:A2:0B:3C:D4:")"),
+              "\"00:1F:A2:0B:3C:D4:\" is not a MAC address");
+    EXPECT_EQ(refusal(kMac, R"("001:1F:A2:0B:3C:D4")"),
+              "\"001:1F:A2:0B:3C:D4\" is not a MAC address");
+    EXPECT_EQ(stored(kHex, R"("0A0b")"), Json::Value("0a0b"));
+    EXPECT_EQ(refusal(kHex, R"("0a0")"), "\"0a0\" is not hex text of whole bytes");
+}
+
+TEST(SimChecker, ATimeStampIsStoredAsTheTextTheSwitchSends) {
+    EXPECT_EQ(stored(kStamp, R"("2024-03-01 12:30:05")"), Json::Value("2024-03-01 12:30:05"));
+    // A number of seconds, as the library writes one, becomes local-time text.
+    const time_t when = 1700000000;
+    struct tm fields = {};
+    localtime_r(&when, &fields);
+    char text[32];
+    std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &fields);
+    EXPECT_EQ(stored(kStamp, "1700000000"), Json::Value(text));
+    EXPECT_EQ(refusal(kStamp, R"("2024-03-01T12:30:05")"),
+              "\"2024-03-01T12:30:05\" is not a time stamp \"YYYY-MM-DD HH:MM:SS\"");
+}
+
+TEST(SimChecker, AnOpaqueRecordIsAnyObject) {
+    EXPECT_EQ(stored(kOpaque, R"({"anything": [1, 2]})"), json_of(R"({"anything": [1, 2]})"));
+}
+
+// ---------------------------------------------------------------------------------------------
+// The hand-written seed rows are checked against the schema when the switch starts.
+
+std::string seed_failure(const zolt_sim::SeedRow& row) {
+    zolt_sim::Model model(2);
+    try {
+        model.apply_seed({row});
+    } catch (const std::logic_error& e) {
+        return e.what();
+    }
+    return "";
+}
+
+TEST(SimSeed, EveryRowMustFitTheSchema) {
+    using zolt_sim::SeedRow;
+    Json::Value port(Json::arrayValue);
+    port.append("Gi 1/1");
+    Json::Value mtu(Json::objectValue);
+    mtu["MTU"] = 9000;
+    EXPECT_EQ(seed_failure(SeedRow{"port.config", port, mtu}), "");
+
+    EXPECT_EQ(seed_failure(SeedRow{"port.configuration", port, mtu}),
+              "seed row of port.configuration: the schema has no such table");
+    Json::Value unknown(Json::objectValue);
+    unknown["Mtu"] = 9000;
+    EXPECT_EQ(seed_failure(SeedRow{"port.config", port, unknown}),
+              "seed row of port.config does not fit: unknown member \"Mtu\" in "
+              "zolt_appl_port_mib_conf_t");
+    Json::Value bad(Json::objectValue);
+    bad["MTU"] = "9000";
+    EXPECT_EQ(seed_failure(SeedRow{"port.config", port, bad}),
+              "seed row of port.config does not fit: member \"MTU\": expected an integer, got a "
+              "string");
+    EXPECT_EQ(seed_failure(SeedRow{"port.config", Json::Value(), mtu}),
+              "seed row of port.config does not fit: the key must be an array of 1 members");
+}
+
+}  // namespace
