@@ -46,8 +46,10 @@ expect_depends() {  # deb pattern...
     done
 }
 expect_file() {  # deb path-pattern
-    dpkg-deb -c "$1" | awk '{print $6}' | grep -Eq "$2" ||
-        fail "$(basename "$1") holds nothing matching $2"
+    # The listing is read whole first: grep -q in a pipe would end it early under pipefail.
+    local listing
+    listing=$(dpkg-deb -c "$1" | awk '{print $6}')
+    grep -Eq "$2" <<<"$listing" || fail "$(basename "$1") holds nothing matching $2"
 }
 
 expect_field "$runtime" Package "libzolt-client${soversion}"
@@ -70,8 +72,8 @@ expect_depends "$dev" "libzolt-client${soversion} \\(= ${version}\\)" libjsoncpp
 expect_depends "$tools" "libzolt-client${soversion} \\(= ${version}\\)" 'libc6'
 expect_file "$runtime" "/libzolt-client\\.so\\.${soversion}$"
 expect_file "$runtime" "/libzolt-client\\.so\\.${version}$"
-dpkg-deb -c "$runtime" | grep -q '\.so$' && fail "the runtime package holds the .so link"
-dpkg-deb --ctrl-tarfile "$runtime" | tar -t | grep -q shlibs || fail "no shlibs in $runtime"
+grep -q '\.so$' <<<"$(dpkg-deb -c "$runtime")" && fail "the runtime package holds the .so link"
+grep -q shlibs <<<"$(dpkg-deb --ctrl-tarfile "$runtime" | tar -t)" || fail "no shlibs in $runtime"
 expect_file "$dev" '/libzolt-client\.so$'
 expect_file "$dev" '/include/zolt-client/client/zoltclient\.h$'
 expect_file "$dev" '/include/zolt-client/client/version\.h$'
@@ -96,7 +98,7 @@ cmake -S "$here/consumer" -B "$scratch/consumer" -G Ninja -DCMAKE_PREFIX_PATH="$
     >/dev/null
 cmake --build "$scratch/consumer" >/dev/null
 "$scratch/consumer/consumer"
-"$root/usr/bin/zolt-switch-sim" --help | grep -q -- '--state' || fail "zolt-switch-sim --help"
+grep -q -- '--state' <<<"$("$root/usr/bin/zolt-switch-sim" --help)" || fail "zolt-switch-sim --help"
 if [ -x "$root/usr/bin/zolt" ]; then
     "$root/usr/bin/zolt" --help >/dev/null || fail "zolt --help"
 fi
