@@ -8,13 +8,10 @@
 #include <json/value.h>
 
 #include <cstddef>
-#include <map>
-#include <stdexcept>
-#include <string>
-#include <tuple>
-#include <utility>
+#include <ctime>
 
 #include "codec/value.h"
+#include "tools/invoke.h"
 
 namespace zolt_cli {
 
@@ -63,74 +60,20 @@ struct Overload {
     std::size_t param_count;
     std::size_t key_count;  // how many leading parameters (or map key members) form the key
     const Type* output;     // null for a method without output
-    // Decodes every argument with its parameter type's `parse` (throws ArgumentRefused before
-    // anything is posted), calls the typed function and, when it returns 0, writes its output
-    // with the library's writers to *out. Returns the typed function's code; whatever the
-    // library throws passes through.
-    int (*invoke)(void* handle, const Json::Value* args, Json::Value* out);
+    // Calls the typed function with JSON arguments and writes its output back as JSON.
+    const zolt_tool::Invoker* invoker;
 };
 
 extern const Overload kOverloads[];
 extern const std::size_t kOverloadCount;
 
-// An argument that its parameter type's codec does not accept.
-class ArgumentRefused : public std::runtime_error {
-public:
-    ArgumentRefused(std::size_t position, const std::string& why)
-        : std::runtime_error(why), position_(position) {}
-    std::size_t position() const { return position_; }  // 0-based
-
-private:
-    std::size_t position_;
-};
-
-// --- used by the generated invokers ----------------------------------------------------------
-
-template <class T>
-T argument(const Json::Value* args, std::size_t position) {
-    T value{};
-    try {
-        parse(args[position], value);
-    } catch (const std::exception& e) {
-        throw ArgumentRefused(position, e.what());
-    }
-    return value;
-}
-
-template <class T>
-Json::Value output_json(const T& value) {
-    return zolt::to_json(value);
-}
-
-// The empty value of a key-only table; never reached, since such a row does not decode.
-inline Json::Value output_json(const std::tuple<>&) { return Json::Value(); }
-
-// A key of several members travels as one array holding them in order.
-template <class... Ts>
-Json::Value output_json(const std::tuple<Ts...>& key) {
-    Json::Value array(Json::arrayValue);
-    std::apply([&array](const Ts&... member) { (array.append(output_json(member)), ...); }, key);
-    return array;
-}
-
-// A get-all: rows of "key" and "val" in the map's order, as the switch sends them.
-template <class K, class V>
-Json::Value output_json(const std::map<K, V>& table) {
-    Json::Value rows(Json::arrayValue);
-    for (const auto& [key, value] : table) {
-        Json::Value row(Json::objectValue);
-        row["key"] = output_json(key);
-        row["val"] = output_json(value);
-        rows.append(row);
-    }
-    return rows;
-}
+// --- used by the generated tables ------------------------------------------------------------
 
 template <class T>
 Json::Value round_trip(const Json::Value& json) {
     T value{};
     parse(json, value);
-    return output_json(value);
+    return zolt::to_json(value);
 }
 
 // The one time stamp type is read from local-time text and written as a number of seconds.

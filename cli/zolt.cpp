@@ -10,6 +10,7 @@
 #include <memory>
 #include <set>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -127,6 +128,34 @@ void check_code(const std::string& method, int code) {
         throw Failure{kSwitchError,
                       method + ": the switch answered error code " + std::to_string(code)};
     }
+}
+
+// An argument that its parameter type's codec does not accept.
+class ArgumentRefused : public std::runtime_error {
+public:
+    ArgumentRefused(std::size_t position, const std::string& why)
+        : std::runtime_error(why), position_(position) {}
+    std::size_t position() const { return position_; }  // 0-based
+
+private:
+    std::size_t position_;
+};
+
+// Calls an overload's typed function. Every argument is first decoded by its parameter type's
+// own codec, so that a refusal (ArgumentRefused, before anything is posted) is told apart from
+// what the library throws once it has posted.
+int invoke(const Overload& o, void* handle, const std::vector<Json::Value>& args,
+           Json::Value* output) {
+    Json::Value params(Json::arrayValue);
+    for (std::size_t i = 0; i < o.param_count; ++i) {
+        try {
+            o.params[i]->round_trip(args[i]);
+        } catch (const std::exception& e) {
+            throw ArgumentRefused(i, e.what());
+        }
+        params.append(args[i]);
+    }
+    return o.invoker->invoke(handle, params, output);
 }
 
 std::string refusal_text(const std::string& method, const Overload& o, const ArgumentRefused& e) {
@@ -261,7 +290,7 @@ int call(std::ostream& out, const Options& options, const std::vector<std::strin
         Json::Value result;
         int code = 0;
         try {
-            code = o->invoke(handle.get(), args.data(), &result);
+            code = invoke(*o, handle.get(), args, &result);
         } catch (const ArgumentRefused& e) {
             if (first_refusal.empty()) first_refusal = refusal_text(method, *o, e);
             continue;
@@ -375,7 +404,7 @@ int edit(const Options& options, const std::vector<std::string>& words) {
         Json::Value row;
         int code = 0;
         try {
-            code = get->invoke(handle->get(), keys.data(), &row);
+            code = invoke(*get, handle->get(), keys, &row);
         } catch (const ArgumentRefused& e) {
             if (first_refusal.empty()) first_refusal = refusal_text(get->method, *get, e);
             continue;
@@ -388,7 +417,7 @@ int edit(const Options& options, const std::vector<std::string>& words) {
         args.push_back(row);
         Json::Value unused;
         try {
-            code = set.invoke(handle->get(), args.data(), &unused);
+            code = invoke(set, handle->get(), args, &unused);
         } catch (const ArgumentRefused& e) {
             usage_error(refusal_text(set.method, set, e));
         }
@@ -472,7 +501,7 @@ Examples, against the switch simulator (build/sim/zolt-switch-sim prints the por
   zolt call port.config.get "Gi 1/1"
   zolt --output table call port.status.get
   zolt edit port.config "Gi 1/3" MTU=9000 Shutdown=true
-  zolt call mac.config.fdb.static.add '[1,"00:1F:A2:0B:3C:D4"]' '{"DestPorts":["Gi 1/2"]}'
+  zolt call mac.config.fdb.static.add 1 00:1F:A2:0B:3C:D4 '{"PortList":["Gi 1/2"]}'
 
 Exit status: 0 success; 1 the switch answered with an error code; 2 a usage error (unknown
 command or method, no overload for that number of arguments, an argument or field refused by

@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "client/errors.h"
 #include "client/rest_internal.h"
 
 namespace zolt {
@@ -42,6 +43,15 @@ bool parse_body(const rest_response_t& response, Json::Value& answer) {
     }
 }
 
+// The first bytes of the collected body: what an operator needs to recognise an HTML error page or
+// a proxy's answer.
+std::string excerpt_of(const rest_response_t& response) {
+    if (response.body == nullptr) return std::string();
+    const std::size_t length = rest_body_length(&response);
+    return std::string(response.body,
+                       length < answer_error::kExcerptSize ? length : answer_error::kExcerptSize);
+}
+
 }  // namespace
 
 Json::Value read_answer(rest_response_t* response) {
@@ -49,22 +59,26 @@ Json::Value read_answer(rest_response_t* response) {
     HeldResponse held(response, rest_free_response);
 
     // A server status can still carry a JSON-RPC answer, so the 500s are read like successes.
-    const unsigned long status = static_cast<unsigned long>(response->status);
+    const long status_code = response->status;
+    const unsigned long status = static_cast<unsigned long>(status_code);
     if (!((status >= 200 && status <= 299) || (status >= 500 && status <= 599))) {
-        char message[64];
-        snprintf(message, sizeof message, "Network error, return code: %ld", response->status);
         held.reset();
-        throw std::runtime_error(message);
+        throw status_error(status_code);  // "Network error, return code: <status>"
     }
 
     Json::Value answer;
     const bool parsed = parse_body(*response, answer);
-    held.reset();
-    if (!parsed) throw std::runtime_error("Failed to parse!");
-
-    if (!answer.isObject()) throw std::runtime_error("Not a object");
-    if (!answer.isMember("error")) throw std::runtime_error("No error member");
-    if (!answer.isMember("result")) throw std::runtime_error("No result member");
+    // Only the first bytes outlive the text, and only on the way to an exception.
+    const char* refusal = !parsed                     ? "Failed to parse!"
+                          : !answer.isObject()        ? "Not a object"
+                          : !answer.isMember("error")  ? "No error member"
+                          : !answer.isMember("result") ? "No result member"
+                                                       : nullptr;
+    if (refusal != nullptr) {
+        std::string excerpt = excerpt_of(*response);
+        held.reset();
+        throw answer_error(refusal, status_code, std::move(excerpt));
+    }
     return answer;
 }
 
@@ -72,7 +86,18 @@ Json::Value exchange(zoltclient* client, const Json::Value& request) {
     const std::string text = styled(request);
     rest_response_t* response = rest_post(client != nullptr ? client->rest : nullptr, text.data(),
                                           static_cast<long>(text.size()));
-    if (response == nullptr) throw std::runtime_error("Post error");
+    if (response == nullptr) {
+        // What libcurl said of the failure; a connection that never opened has nothing to say.
+        const CURLcode result =
+            client != nullptr && client->rest != nullptr ? rest_last_result(client->rest) : CURLE_OK;
+        throw transfer_error(result, result != CURLE_OK ? curl_easy_strerror(result)
+                                                        : "no connection was opened");
+    }
+    client->last_status = response->status;
+    const std::size_t length = response->body != nullptr ? rest_body_length(response) : 0;
+    client->last_excerpt.assign(response->body != nullptr ? response->body : "",
+                                length < answer_error::kExcerptSize ? length
+                                                                    : answer_error::kExcerptSize);
     return read_answer(response);
 }
 

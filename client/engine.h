@@ -15,6 +15,10 @@
 
 struct zoltclient {
     rest_handle_t* rest;
+    // The status and first bytes of the last answer, for the detail of an exception the typed
+    // method raises after the answer is gone ("Result is not an array").
+    long last_status = 0;
+    std::string last_excerpt;
 };
 
 namespace zolt {

@@ -1,6 +1,9 @@
 #include "client/methods.h"
 
 #include <stdexcept>
+#include <string>
+
+#include "client/errors.h"
 
 namespace zolt {
 
@@ -10,6 +13,6 @@ int error_code(const Json::Value& error) {
     return code.isInt() ? code.asInt() : -1;
 }
 
-void throw_result_not_array() { throw std::runtime_error("Result is not an array"); }
+void throw_result_not_array() { throw answer_error("Result is not an array", 0, std::string()); }
 
 }  // namespace zolt

@@ -16,6 +16,7 @@
 #include <string>
 
 #include "client/engine.h"
+#include "client/errors.h"
 #include "codec/record.h"
 #include "codec/table.h"
 
@@ -24,7 +25,26 @@ namespace zolt {
 // The code of a non-null "error".
 int error_code(const Json::Value& error);
 
+// Thrown by a get-all's decoder when "result" is no array; decode_result fills in the answer's
+// status and first bytes.
 [[noreturn]] void throw_result_not_array();
+
+// Runs `decode` on the answer's "result": a decode failure's path starts at "result", and
+// "Result is not an array" gets the status and first bytes of the answer it refers to.
+template <class Decode>
+void decode_result(const zoltclient* client, Decode decode) {
+    try {
+        decode();
+    } catch (decode_error& e) {
+        e.within("result");
+        throw;
+    } catch (decode_logic_error& e) {
+        e.within("result");
+        throw;
+    } catch (const answer_error& e) {
+        throw answer_error(e.what(), client->last_status, client->last_excerpt);
+    }
+}
 
 template <class Decode, class... Args>
 int call_and_decode(void* handle, const char* method, Decode decode, const Args&... args) {
@@ -32,7 +52,7 @@ int call_and_decode(void* handle, const char* method, Decode decode, const Args&
         zolt_json_rpc_call(static_cast<zoltclient*>(handle), std::string(method), args...);
     const Json::Value& error = answer["error"];
     if (!error.isNull()) return error_code(error);
-    decode(answer["result"]);
+    decode_result(static_cast<zoltclient*>(handle), [&] { decode(answer["result"]); });
     return 0;
 }
 

@@ -21,8 +21,9 @@ int field_length(const char (&field)[N]) {
 rest_handle_t* rest_init(const rest_conn_t* conn) {
     if (conn == nullptr) return nullptr;
 
-    auto* handle = static_cast<rest_handle_t*>(calloc(1, sizeof(rest_handle_t)));
-    if (handle == nullptr) return nullptr;
+    auto* record = static_cast<rest_handle_record*>(calloc(1, sizeof(rest_handle_record)));
+    if (record == nullptr) return nullptr;
+    rest_handle_t* handle = &record->handle;
 
     handle->curl = curl_easy_init();
     if (handle->curl == nullptr) {
@@ -89,24 +90,30 @@ rest_response_t* rest_post(rest_handle_t* handle, const char* body, long size) {
         body = "";
     }
 
+    CURLcode& result = reinterpret_cast<rest_handle_record*>(handle)->last_result;
     rest_response_t* response = rest_response_alloc();
-    if (response == nullptr) return nullptr;
+    if (response == nullptr) {
+        result = CURLE_OUT_OF_MEMORY;
+        return nullptr;
+    }
 
     // The handle keeps these four pointers after the call; the next post replaces them before
     // libcurl can use them again.
     CURL* curl = handle->curl;
-    if (curl_easy_setopt(curl, CURLOPT_WRITEDATA, response) != CURLE_OK ||
-        curl_easy_setopt(curl, CURLOPT_HEADERDATA, response) != CURLE_OK ||
-        curl_easy_setopt(curl, CURLOPT_POSTFIELDS, body) != CURLE_OK ||
-        curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE, size) != CURLE_OK ||
-        curl_easy_perform(curl) != CURLE_OK) {
+    result = curl_easy_setopt(curl, CURLOPT_WRITEDATA, response);
+    if (result == CURLE_OK) result = curl_easy_setopt(curl, CURLOPT_HEADERDATA, response);
+    if (result == CURLE_OK) result = curl_easy_setopt(curl, CURLOPT_POSTFIELDS, body);
+    if (result == CURLE_OK) result = curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE, size);
+    if (result == CURLE_OK) result = curl_easy_perform(curl);
+    if (result != CURLE_OK) {
         // Text collected before the transfer failed goes with the record.
         rest_free_response(response);
         return nullptr;
     }
 
     long status = 0;
-    if (curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status) != CURLE_OK) {
+    result = curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
+    if (result != CURLE_OK) {
         rest_free_response(response);
         return nullptr;
     }
@@ -124,6 +131,10 @@ void rest_free_response(rest_response_t* response) {
 rest_response_t* rest_response_alloc() {
     auto* record = static_cast<rest_response_record*>(calloc(1, sizeof(rest_response_record)));
     return record == nullptr ? nullptr : &record->response;
+}
+
+CURLcode rest_last_result(const rest_handle_t* handle) {
+    return reinterpret_cast<const rest_handle_record*>(handle)->last_result;
 }
 
 std::size_t rest_body_length(const rest_response_t* response) {

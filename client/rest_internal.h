@@ -23,6 +23,18 @@ struct rest_response_record {
 // A zero-filled record, or null when memory is exhausted.
 rest_response_t* rest_response_alloc();
 
+// rest_init hands out the address of `handle`, the first member; the rest is what the connection
+// remembers of its last post for the caller who wants to know why it failed.
+struct rest_handle_record {
+    rest_handle_t handle;
+    CURLcode last_result;  // of the last rest_post: CURLE_OK unless libcurl refused something
+};
+
+// libcurl's result for the last rest_post on `handle` that returned null: the failing option,
+// transfer or query, CURLE_OUT_OF_MEMORY when the answer's record could not be allocated, and
+// CURLE_OK after a success. `handle` must come from rest_init.
+CURLcode rest_last_result(const rest_handle_t* handle);
+
 // The length of the collected body text without measuring it; 0 when no body bytes arrived.
 // `response` must come from rest_post or rest_response_alloc.
 std::size_t rest_body_length(const rest_response_t* response);

@@ -6,7 +6,7 @@
 
 void* zoltclient_init(const rest_conn_t* conn) {
     // No exception may leave a C entry point, so allocation failure is a null like any other.
-    auto* client = new (std::nothrow) zoltclient{nullptr};
+    auto* client = new (std::nothrow) zoltclient();
     if (client == nullptr) return nullptr;
     client->rest = rest_init(conn);
     if (client->rest == nullptr) {

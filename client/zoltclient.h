@@ -6,6 +6,7 @@
 // A handle comes from zoltclient_init and goes back through zoltclient_deinit; in between it
 // is passed as `void*` to the typed methods, by one thread at a time.
 
+#include "client/errors.h"
 #include "client/rest.h"
 #include "client/version.h"
 #include "codec/scalar.h"

@@ -16,6 +16,7 @@
 #include <stdexcept>
 #include <tuple>
 
+#include "codec/errors.h"
 #include "codec/scalar.h"
 #include "codec/value.h"
 
@@ -31,11 +32,9 @@ struct enum_text {
 // These helpers are inline on purpose: the table and tuple templates of the public headers call
 // them from the application's own code, where the library's hidden symbols cannot be reached.
 
-[[noreturn]] inline void throw_out_of_range_enum() {
-    throw std::runtime_error("out-of-range-enum");
-}
+[[noreturn]] inline void throw_out_of_range_enum() { throw decode_error("out-of-range-enum"); }
 
-[[noreturn]] inline void throw_unexpected_type() { throw std::runtime_error("Unexpected type"); }
+[[noreturn]] inline void throw_unexpected_type() { throw decode_error("Unexpected type"); }
 
 // True when the JSON string equals `text` exactly: same length, same bytes, no folding.
 inline bool text_equals(const Json::Value& json, const char* text) {
@@ -74,9 +73,15 @@ void enum_from_json(const enum_text<E> (&table)[N], const Json::Value& json, E& 
 // std::logic_error nor names the lookup the way callers match on, so it is raised here instead.
 inline void require_record(const Json::Value& json) {
     if (!json.isObject() && !json.isNull()) {
-        throw std::logic_error(
+        throw decode_logic_error(
             "in Json::Value::find(key, end, found): requires objectValue or nullValue");
     }
+}
+
+// One member of a record, read by its type's own rule; a failure names the member in its path.
+template <class T>
+void read_member(const Json::Value& json, const char* key, T& field) {
+    in_member(key, [&] { parse(json[key], field); });
 }
 
 }  // namespace zolt

@@ -12,13 +12,15 @@
 
 namespace {
 
-[[noreturn]] void unexpected_type() { throw std::runtime_error("Unexpected type"); }
+[[noreturn]] void unexpected_type() { throw zolt::decode_error("Unexpected type"); }
 
 // Reads any JSON array element by element, appending what each element gives.
 template <class T, class Read>
 void append_array(const Json::Value& value, std::vector<T>& target, Read read) {
     if (!value.isArray()) unexpected_type();
-    for (const Json::Value& element : value) target.push_back(read(element));
+    for (Json::ArrayIndex i = 0; i < value.size(); ++i) {
+        zolt::in_element(i, [&] { target.push_back(read(value[i])); });
+    }
 }
 
 unsigned int read_uint(const Json::Value& element) {
@@ -88,7 +90,7 @@ void parse(const Json::Value& value, zolt_mac_t& target) {
     // the C library's one static buffer, so threads decoding MACs cannot see each other's.
     struct ether_addr bytes;
     if (ether_aton_r(text.c_str(), &bytes) == nullptr) {
-        throw std::runtime_error("Mac address is invalid");
+        throw zolt::decode_error("Mac address is invalid");
     }
     std::memcpy(target.addr, bytes.ether_addr_octet, sizeof target.addr);
 }
@@ -96,7 +98,7 @@ void parse(const Json::Value& value, zolt_mac_t& target) {
 void parse(const Json::Value& value, std::vector<unsigned char>& target) {
     if (!value.isString()) unexpected_type();
     const std::string text = value.asString();
-    if (text.size() % 2 != 0) throw std::runtime_error("Unexpected HEX string");
+    if (text.size() % 2 != 0) throw zolt::decode_error("Unexpected HEX string");
     for (std::size_t i = 0; i < text.size(); i += 2) {
         // std::stoi is strtol with base 16 plus its two exceptions, both with the text
         // "stoi"; pieces like "1g", " 7" or "-1" therefore pass, as strtol takes them.

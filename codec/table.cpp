@@ -14,7 +14,7 @@ unsigned int vlan_of(const Json::Value& vlan) {
     try {
         return vlan.asUInt();
     } catch (const Json::Exception& e) {
-        throw std::logic_error(e.what());
+        throw zolt::decode_logic_error(e.what());
     }
 }
 
@@ -22,12 +22,14 @@ unsigned int vlan_of(const Json::Value& vlan) {
 
 void parse(const Json::Value& key, std::tuple<unsigned short, zolt_mac_t>& out) {
     if (!key.isArray()) zolt::throw_unexpected_type();
-    std::get<0>(out) = static_cast<unsigned short>(vlan_of(key[0u]));
+    zolt::in_element(0, [&] { std::get<0>(out) = static_cast<unsigned short>(vlan_of(key[0u])); });
 
     // Checked here rather than by asCString(), whose own failure is JsonCpp's class too.
     const Json::Value& address = key[1u];
     if (!address.isString()) {
-        throw std::logic_error("in Json::Value::asCString(): requires stringValue");
+        zolt::decode_logic_error error("in Json::Value::asCString(): requires stringValue");
+        error.within("[1]");
+        throw error;
     }
     zolt_mac_t& mac = std::get<1>(out);
     std::istringstream text(address.asCString());

@@ -33,30 +33,33 @@ ZOLT_API void parse(const Json::Value& key, std::tuple<unsigned short, zolt_mac_
 template <class A, class B>
 void parse(const Json::Value& key, std::tuple<A, B>& out) {
     if (!key.isArray()) zolt::throw_unexpected_type();
-    parse(key[0u], std::get<0>(out));
-    parse(key[1u], std::get<1>(out));
+    zolt::in_element(0, [&] { parse(key[0u], std::get<0>(out)); });
+    zolt::in_element(1, [&] { parse(key[1u], std::get<1>(out)); });
 }
 
 // Keys of three or four members are never decoded.
 template <class A, class B, class C, class... More>
 [[noreturn]] void parse(const Json::Value&, std::tuple<A, B, C, More...>) {
-    throw std::runtime_error("not implemented");
+    throw zolt::decode_error("not implemented");
 }
 
 // The value of a key-only table is never decoded, whatever "val" holds.
 [[noreturn]] inline void parse(const Json::Value&, std::tuple<>) {
-    throw std::runtime_error("not implemented");
+    throw zolt::decode_error("not implemented");
 }
 
 // Rows in array order; null and [] are no rows. The array test belongs to the typed method.
 template <class K, class V>
 void parse(const Json::Value& rows, std::map<K, V>& table) {
+    unsigned index = 0;
     for (const Json::Value& row : rows) {
-        zolt::require_record(row);
-        K key{};
-        V value{};
-        parse(row["key"], key);
-        parse(row["val"], value);
-        table.insert(std::make_pair(std::move(key), std::move(value)));
+        zolt::in_element(index++, [&] {
+            zolt::require_record(row);
+            K key{};
+            V value{};
+            zolt::in_member("key", [&] { parse(row["key"], key); });
+            zolt::in_member("val", [&] { parse(row["val"], value); });
+            table.insert(std::make_pair(std::move(key), std::move(value)));
+        });
     }
 }

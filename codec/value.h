@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "codec/errors.h"
 #include "codec/scalar.h"
 
 namespace zolt {
@@ -83,7 +84,7 @@ inline Json::Value timestamp_to_json(time_t v) { return Json::Value(static_cast<
 // cleared and mktime decides. tm_isdst = -1 lets mktime work out daylight saving, so a
 // well-formed text always gives the process's local time.
 inline void parse_timestamp(const Json::Value& value, time_t& target) {
-    if (!value.isString()) throw std::runtime_error("Unexpected type");
+    if (!value.isString()) throw decode_error("Unexpected type");
     const std::string text = value.asString();
     struct tm fields = {};
     fields.tm_isdst = -1;

@@ -1,0 +1,596 @@
+// The command line `zolt` against the simulator on a free port of 127.0.0.1: run in-process
+// through zolt_cli::run for most cases, and as the built program where the process itself
+// matters (environment, standard streams, exit status, the completion script in bash).
+
+#ifdef ZOLT_CLI_PROGRAM
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <json/json.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "cli/catalog.h"
+#include "cli/zolt.h"
+#include "sim/simulator.h"
+#include "support/cli_sweep.h"
+#include "support/test_server.h"
+
+namespace {
+
+struct Result {
+    int status = -1;
+    std::string out;
+    std::string err;
+};
+
+Result run_in_process(const std::vector<std::string>& args) {
+    std::vector<std::string> words = {"zolt"};
+    words.insert(words.end(), args.begin(), args.end());
+    std::vector<char*> argv;
+    for (std::string& w : words) argv.push_back(&w[0]);
+    argv.push_back(nullptr);
+    std::ostringstream out;
+    std::ostringstream err;
+    Result r;
+    r.status = zolt_cli::run(static_cast<int>(words.size()), argv.data(), out, err);
+    r.out = out.str();
+    r.err = err.str();
+    return r;
+}
+
+std::string slurp(const std::string& path) {
+    std::ifstream in(path);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+// Runs `argv` (argv[0] a path) with exactly the environment `env`, standard input empty and the
+// standard streams caught in scratch files.
+Result run_process(const std::vector<std::string>& argv, const std::vector<std::string>& env) {
+    char out_path[] = "/tmp/zolt-cli-out-XXXXXX";
+    char err_path[] = "/tmp/zolt-cli-err-XXXXXX";
+    const int out_fd = mkstemp(out_path);
+    const int err_fd = mkstemp(err_path);
+    EXPECT_GE(out_fd, 0);
+    EXPECT_GE(err_fd, 0);
+    std::vector<std::string> args = argv;
+    std::vector<std::string> vars = env;
+    std::vector<char*> c_args;
+    for (std::string& a : args) c_args.push_back(&a[0]);
+    c_args.push_back(nullptr);
+    std::vector<char*> c_env;
+    for (std::string& v : vars) c_env.push_back(&v[0]);
+    c_env.push_back(nullptr);
+    const pid_t pid = fork();
+    if (pid == 0) {
+        const int null_fd = open("/dev/null", O_RDONLY);
+        dup2(null_fd, 0);
+        dup2(out_fd, 1);
+        dup2(err_fd, 2);
+        execve(c_args[0], c_args.data(), c_env.data());
+        _exit(127);
+    }
+    int wait_status = 0;
+    waitpid(pid, &wait_status, 0);
+    close(out_fd);
+    close(err_fd);
+    Result r;
+    r.status = WIFEXITED(wait_status) ? WEXITSTATUS(wait_status) : -1;
+    r.out = slurp(out_path);
+    r.err = slurp(err_path);
+    unlink(out_path);
+    unlink(err_path);
+    return r;
+}
+
+Json::Value json_of(const std::string& text) {
+    Json::Value value;
+    EXPECT_TRUE(Json::Reader().parse(text, value, false)) << text;
+    return value;
+}
+
+std::size_t count_lines(const std::string& text) {
+    std::size_t n = 0;
+    for (char c : text) n += c == '\n';
+    return n;
+}
+
+// The manifest the library's generator writes: one line per typed function, after a header.
+std::vector<std::vector<std::string>> manifest_rows() {
+    std::ifstream in(ZOLT_MANIFEST);
+    std::vector<std::vector<std::string>> rows;
+    std::string line;
+    std::getline(in, line);
+    while (std::getline(in, line)) {
+        std::vector<std::string> cells;
+        std::stringstream cells_in(line);
+        std::string cell;
+        while (std::getline(cells_in, cell, '\t')) cells.push_back(cell);
+        rows.push_back(cells);
+    }
+    return rows;
+}
+
+class Cli : public ::testing::Test {
+protected:
+    void SetUp() override { sim.start(); }
+
+    // zolt with the simulator's URL and account, then `args`.
+    Result zolt(std::vector<std::string> args) {
+        std::vector<std::string> all = {"--url", sim.url(),    "--user",
+                                        "admin", "--password", "admin"};
+        all.insert(all.end(), args.begin(), args.end());
+        return run_in_process(all);
+    }
+
+    zolt_sim::Simulator sim;
+};
+
+// --- what the catalog holds ------------------------------------------------------------------
+
+TEST_F(Cli, MethodsListsExactlyTheTypedFunctionsOfTheSchema) {
+    const Result r = run_in_process({"methods"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    const auto rows = manifest_rows();
+    ASSERT_FALSE(rows.empty());
+    ASSERT_EQ(count_lines(r.out), rows.size()) << "one line per typed function, no header";
+    std::istringstream lines(r.out);
+    std::string line;
+    for (const auto& row : rows) {
+        std::getline(lines, line);
+        std::string shape = row[3];
+        for (char& c : shape) c = c == '_' ? ' ' : c;
+        std::string method = line.substr(0, line.find('\t'));
+        EXPECT_EQ(method, row[2]);
+        const std::string after = line.substr(line.find('\t') + 1);
+        const std::string listed = after.substr(0, after.find('\t'));
+        if (shape == "exists") shape = "existence get";
+        if (shape == "bare") shape = "bare call";
+        if (shape == "get all") shape = "get-all";
+        EXPECT_EQ(listed, shape) << line;
+    }
+
+    const Result filtered = run_in_process({"methods", "port.config"});
+    ASSERT_EQ(filtered.status, 0);
+    EXPECT_EQ(filtered.out,
+              "port.config.get\tkeyed get\tstring\tzolt_appl_port_mib_conf_t\n"
+              "port.config.get\tget-all\t-\tmap<string, zolt_appl_port_mib_conf_t>\n"
+              "port.config.set\tset\tstring, zolt_appl_port_mib_conf_t\t-\n");
+}
+
+TEST(CliCatalog, EveryOverloadCallsTheInvokerOfItsOwnTypedFunction) {
+    ASSERT_EQ(zolt_cli::kOverloadCount, zolt_tool::kInvokerCount);
+    for (std::size_t i = 0; i < zolt_cli::kOverloadCount; ++i) {
+        const zolt_cli::Overload& o = zolt_cli::kOverloads[i];
+        ASSERT_STREQ(o.invoker->method, o.method);
+        ASSERT_EQ(std::string(o.invoker->signature).rfind(std::string(o.function) + " ", 0), 0u)
+            << o.invoker->signature;
+    }
+}
+
+TEST_F(Cli, DescribeShowsEveryOverloadAndTheFieldsAndTextsOfItsTypes) {
+    const Result r = run_in_process({"describe", "port.config.set"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out.find("port.config.set\n  1: set, zolt_port_config_set(string, "
+                         "zolt_appl_port_mib_conf_t)\n"),
+              0u)
+        << r.out;
+    EXPECT_NE(r.out.find("record zolt_appl_port_mib_conf_t\n  Shutdown           bool\n"),
+              std::string::npos)
+        << r.out;
+    EXPECT_NE(r.out.find("  MTU                u32\n"), std::string::npos);
+    EXPECT_NE(r.out.find("enumeration zolt_appl_port_media_t\n  \"rj45\"\n"), std::string::npos);
+
+    const Result blind = run_in_process({"describe", "ipmc-snooping.config.interface.port.get"});
+    ASSERT_EQ(blind.status, 0);
+    EXPECT_NE(blind.out.find("  4: keyed get,"), std::string::npos) << blind.out;
+
+    const Result unknown = run_in_process({"describe", "port.nothing.get"});
+    EXPECT_EQ(unknown.status, 2);
+    EXPECT_EQ(unknown.err, "zolt: unknown method \"port.nothing.get\" (see zolt methods)\n");
+}
+
+// --- call: one case of each shape -------------------------------------------------------------
+
+TEST_F(Cli, EachCallShapeAnswersWithItsOutputAndStatus) {
+    // bare: no output
+    Result r = zolt({"call", "phy10g.ib_conf_set"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "");
+    // singleton get
+    r = zolt({"call", "syslog.config.server.get"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out,
+              "{\n  \"Mode\": false,\n  \"Address\": \"\",\n  \"Level\": \"informational\"\n}\n");
+    // keyed get, the key a bare word
+    r = zolt({"call", "port.config.get", "Gi 1/1"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(json_of(r.out)["MTU"].asInt(), 10240);
+    // scalar gets
+    r = zolt({"call", "ntp.config.global.get"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "true\n");
+    r = zolt({"call", "vlan.config.interface.svl.add", "5", "7"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    r = zolt({"call", "vlan.config.interface.svl.get", "5"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "7\n");
+    // list get: a key of two members, the second an enumeration text
+    r = zolt({"call", "vlan.status.membership.get", "1", "combined"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(json_of(r.out).size(), 8u) << r.out;
+    EXPECT_EQ(json_of(r.out)[0u].asString(), "Gi 1/1");
+    // existence get: only the status tells
+    r = zolt({"call", "ip.config.interface.get", "VLAN 4000"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.err, "zolt: ip.config.interface.get: the switch answered error code 1\n");
+    // add, keyed get, get-all, set, del of one row with a two-member key
+    r = zolt({"call", "mac.config.fdb.static.add", "1", "02:00:00:00:00:07",
+              R"({"PortList":["Gi 1/2"]})"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "");
+    r = zolt({"call", "mac.config.fdb.static.add", "1", "02:00:00:00:00:07",
+              R"({"PortList":["Gi 1/2"]})"});
+    EXPECT_EQ(r.status, 1) << "the switch refuses a second add of the same key";
+    EXPECT_EQ(r.err, "zolt: mac.config.fdb.static.add: the switch answered error code 2\n");
+    r = zolt({"call", "mac.config.fdb.static.set", "1", "02:00:00:00:00:07",
+              R"({"PortList":["Gi 1/3", "Gi 1/4"]})"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    r = zolt({"call", "mac.config.fdb.static.get"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out,
+              "[\n  {\n    \"key\": [\n      1,\n      \"02:00:00:00:00:07\"\n    ],\n"
+              "    \"val\": {\n      \"PortList\": [\n        \"Gi 1/3\",\n        \"Gi 1/4\"\n"
+              "      ]\n    }\n  }\n]\n");
+    r = zolt({"call", "mac.config.fdb.static.del", "1", "02:00:00:00:00:07"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    r = zolt({"call", "mac.config.fdb.static.get"});
+    EXPECT_EQ(r.out, "[]\n");
+    r = zolt({"call", "mac.config.fdb.static.del", "1", "02:00:00:00:00:07"});
+    EXPECT_EQ(r.status, 1);
+}
+
+TEST_F(Cli, RecordsAreWrittenInTheirDeclaredOrder) {
+    const Result r = zolt({"call", "port.config.get", "Gi 1/1"});
+    ASSERT_EQ(r.status, 0);
+    // The declared order comes from the catalog, which the schema fills.
+    const zolt_cli::Type* record = nullptr;
+    for (std::size_t i = 0; i < zolt_cli::kOverloadCount; ++i) {
+        if (std::string(zolt_cli::kOverloads[i].method) == "port.config.get" &&
+            zolt_cli::kOverloads[i].param_count == 1) {
+            record = zolt_cli::kOverloads[i].output;
+        }
+    }
+    ASSERT_NE(record, nullptr);
+    ASSERT_GT(record->member_count, 2u);
+    std::size_t at = 0;
+    bool sorted_by_name = true;
+    for (std::size_t i = 0; i < record->member_count; ++i) {
+        const std::size_t found =
+            r.out.find("\"" + std::string(record->members[i].key) + "\":", at);
+        ASSERT_NE(found, std::string::npos) << record->members[i].key;
+        at = found;
+        if (i > 0 && std::string(record->members[i - 1].key) > record->members[i].key) {
+            sorted_by_name = false;
+        }
+    }
+    EXPECT_FALSE(sorted_by_name) << "a record whose declared order is not by name tells";
+}
+
+TEST_F(Cli, OutputIsReadBackByTheNextCall) {
+    Result got = zolt({"call", "port.config.get", "Gi 1/2"});
+    ASSERT_EQ(got.status, 0);
+    Json::Value conf = json_of(got.out);
+    conf["MTU"] = 1600;
+    Json::StreamWriterBuilder compact;
+    compact["indentation"] = "";
+    Result set = zolt({"call", "port.config.set", "Gi 1/2", Json::writeString(compact, conf)});
+    ASSERT_EQ(set.status, 0) << set.err;
+    // The whole pretty output, as printed, is an argument again.
+    Result again = zolt({"call", "port.config.get", "Gi 1/2"});
+    ASSERT_EQ(again.status, 0);
+    EXPECT_EQ(json_of(again.out)["MTU"].asInt(), 1600);
+    set = zolt({"call", "port.config.set", "Gi 1/3", again.out});
+    ASSERT_EQ(set.status, 0) << set.err;
+    EXPECT_EQ(zolt({"call", "port.config.get", "Gi 1/3"}).out, again.out);
+}
+
+TEST_F(Cli, OutputTableAlignsColumnsAndFieldLines) {
+    Result r = zolt({"--output", "table", "call", "port.config.get"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    std::istringstream lines(r.out);
+    std::string header;
+    std::string first;
+    std::getline(lines, header);
+    std::getline(lines, first);
+    EXPECT_EQ(header.rfind("key     Shutdown  Speed ", 0), 0u) << header;
+    EXPECT_EQ(first.rfind("Gi 1/1  false     ", 0), 0u) << first;
+    EXPECT_EQ(count_lines(r.out), 9u) << "a header and one line per port";
+    EXPECT_EQ(header.find("MTU"), first.find("10240")) << "columns line up";
+
+    r = zolt({"--output", "table", "call", "syslog.config.server.get"});
+    ASSERT_EQ(r.status, 0);
+    EXPECT_EQ(r.out, "Mode     false\nAddress  \nLevel    informational\n");
+
+    r = zolt({"--output", "table", "call", "vlan.status.membership.get", "1", "combined"});
+    EXPECT_EQ(r.out.rfind("Gi 1/1\nGi 1/2\n", 0), 0u) << r.out;
+}
+
+// --- edit ----------------------------------------------------------------------------------
+
+TEST_F(Cli, EditChangesOnlyTheNamedFields) {
+    const Json::Value before = json_of(zolt({"call", "port.config.get", "Gi 1/3"}).out);
+    Result r = zolt({"edit", "port.config", "Gi 1/3", "MTU=9000", "Shutdown=true"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "");
+    Json::Value expected = before;
+    expected["MTU"] = 9000;
+    expected["Shutdown"] = true;
+    const Json::Value after = json_of(zolt({"call", "port.config.get", "Gi 1/3"}).out);
+    EXPECT_EQ(after.toStyledString(), expected.toStyledString());
+    EXPECT_EQ(json_of(zolt({"call", "port.config.get", "Gi 1/4"}).out).toStyledString(),
+              before.toStyledString())
+        << "other rows stay as they were";
+
+    // A singleton: no keys.
+    r = zolt({"edit", "syslog.config.server", "Address=192.0.2.9", "Level=error"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(zolt({"call", "syslog.config.server.get"}).out,
+              "{\n  \"Mode\": false,\n  \"Address\": \"192.0.2.9\",\n  \"Level\": \"error\"\n}\n");
+}
+
+TEST_F(Cli, EditWritesNothingWhenAFieldIsRefused) {
+    const std::string before = zolt({"call", "port.config.get", "Gi 1/5"}).out;
+    // The first field is fine, the second does not decode: nothing is written.
+    Result r = zolt({"edit", "port.config", "Gi 1/5", "MTU=9000", "Speed=warp"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.err,
+              "zolt: port.config: field Speed (zolt_appl_port_speed_t): out-of-range-enum\n");
+    r = zolt({"edit", "port.config", "Gi 1/5", "MTU=x"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.err, "zolt: port.config: field MTU (u32): Unexpected type\n");
+    r = zolt({"edit", "port.config", "Gi 1/5", "MTU=9000", "Mtu=1"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.err,
+              "zolt: port.config: zolt_appl_port_mib_conf_t has no field \"Mtu\"; its fields: "
+              "Shutdown, Speed, AdvertiseDisabled, MediaType, FC, MTU, ExcessiveRestart, PFC, "
+              "FrameLengthCheck\n");
+    EXPECT_EQ(zolt({"call", "port.config.get", "Gi 1/5"}).out, before);
+
+    // A row the switch does not have: the get's code, and no set.
+    r = zolt({"edit", "port.config", "Gi 9/9", "MTU=9000"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err, "zolt: port.config.get: the switch answered error code 1\n");
+
+    r = zolt({"edit", "port.config", "Gi 1/5"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.err, "zolt: port.config: no FIELD=VALUE given\n");
+    r = zolt({"edit", "port.config", "MTU=1"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.err, "zolt: port.config: its rows take 1 keys, not 0\n");
+}
+
+// --- exit statuses and messages ----------------------------------------------------------------
+
+TEST_F(Cli, UsageErrorsExitWithTwoAndNameTheMethod) {
+    Result r = zolt({"frobnicate"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.err.rfind("zolt: ", 0), 0u) << r.err;
+    r = zolt({"call", "port.nothing.get"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.err, "zolt: unknown method \"port.nothing.get\" (see zolt methods)\n");
+    r = zolt({"call", "port.config.get", "Gi 1/1", "Gi 1/2"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.err, "zolt: port.config.get: no overload takes 2 arguments (it takes 0 or 1)\n");
+    // A key that is no string, a record member of the wrong type, a MAC that is not one.
+    r = zolt({"call", "port.config.get", "7"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.err, "zolt: port.config.get: argument 1 (string): Unexpected type\n");
+    r = zolt({"call", "syslog.config.server.set", R"({"Mode":1,"Address":"","Level":"error"})"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.err,
+              "zolt: syslog.config.server.set: argument 1 (zolt_appl_syslog_server_conf_t): "
+              "Unexpected type\n");
+    r = zolt({"call", "mac.config.fdb.static.del", "1", "02:00:00"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.err,
+              "zolt: mac.config.fdb.static.del: argument 2 (zolt_mac_t): Mac address is invalid\n");
+    r = zolt({"--output", "yaml", "methods"});
+    EXPECT_EQ(r.status, 2);
+    r = zolt({"call", "--overload", "3", "port.config.get"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.err, "zolt: port.config.get: there is no overload 3 (it has 2)\n");
+    r = zolt({"call", "--overload", "1", "port.config.get"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.err, "zolt: port.config.get: overload 1 takes 1 arguments, not 0\n");
+    r = run_in_process({"call", "port.config.get"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.err, "zolt: no switch given: use --url URL or set ZOLT_URL\n");
+}
+
+TEST_F(Cli, VersionBlindOverloadsTakeTheFirstThatDecodesOrTheOneNamed) {
+    // An IPv6 record does not decode as the IPv4 one listed first, so the second add is taken.
+    const std::string v6 = R"({"AdminState":true,"QuerierElection":false,"Compatibility":"mldv2",)"
+                           R"("Priority":1,"Rv":2,"Qi":125,"Qri":100,"Llqi":10,"Uri":1})";
+    Result r = zolt({"call", "ipmc-snooping.config.interface.vlan.add", "VLAN 10", v6});
+    ASSERT_EQ(r.status, 0) << r.err;
+    // A record that neither type takes: the first overload's refusal is reported.
+    r = zolt(
+        {"call", "ipmc-snooping.config.interface.vlan.add", "VLAN 11", R"({"AdminState":true})"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.err,
+              "zolt: ipmc-snooping.config.interface.vlan.add: argument 2 "
+              "(zolt_appl_ipmc_snp_ipv4_interface_t): Unexpected type\n");
+    // Both gets take one string: the first is called unless another is named.
+    r = zolt({"call", "--overload", "4", "ipmc-snooping.config.interface.vlan.get", "VLAN 10"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(json_of(r.out)["Compatibility"].asString(), "mldv2");
+    r = zolt({"call", "ipmc-snooping.config.interface.vlan.get", "VLAN 10"});
+    EXPECT_EQ(r.status, 3) << "the IPv4 record's decoder meets the IPv6 row: " << r.err;
+}
+
+TEST(CliClient, ClientFailuresExitWithThreeAndTheLibrarysText) {
+    zolt_test::TestServer server;
+    server.respond(200, "<html>not json</html>");
+    Result r = run_in_process({"--url", server.url(), "call", "port.config.get", "Gi 1/1"});
+    EXPECT_EQ(r.status, 3);
+    EXPECT_EQ(r.err, "zolt: Failed to parse!\n");
+    server.respond(404, "gone");
+    r = run_in_process({"--url", server.url(), "call", "port.config.get", "Gi 1/1"});
+    EXPECT_EQ(r.status, 3);
+    EXPECT_EQ(r.err, "zolt: Network error, return code: 404\n");
+    server.respond_result("7");
+    r = run_in_process({"--url", server.url(), "call", "port.config.get"});
+    EXPECT_EQ(r.status, 3);
+    EXPECT_EQ(r.err, "zolt: Result is not an array\n");
+    // An error without an integer code.
+    server.respond_error(R"("busy")");
+    r = run_in_process({"--url", server.url(), "call", "port.config.get", "Gi 1/1"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err, "zolt: port.config.get: the switch answered error code -1\n");
+
+    // The request is the library's own: the chief header's envelope, JSON content type, Basic
+    // authentication with the account given.
+    server.respond_error(R"({"code":4})");
+    r = run_in_process({"--url", server.url(), "--user", "ops", "--password", "pw", "call",
+                        "port.config.get", "Gi 1/1"});
+    EXPECT_EQ(r.status, 1);
+    const zolt_test::Request request = server.last();
+    EXPECT_EQ(request.body,
+              "{\n   \"id\" : \"jsonrpc\",\n   \"method\" : \"port.config.get\",\n"
+              "   \"params\" : [ \"Gi 1/1\" ]\n}\n");
+    EXPECT_EQ(request.content_type, "application/json");
+    EXPECT_EQ(request.authorization, "Basic b3BzOnB3");  // ops:pw
+
+    // Nothing listens on a port that was just closed.
+    std::string closed_url;
+    {
+        zolt_test::TestServer gone;
+        closed_url = gone.url();
+    }
+    r = run_in_process({"--url", closed_url, "call", "port.config.get", "Gi 1/1"});
+    EXPECT_EQ(r.status, 3);
+    EXPECT_EQ(r.err, "zolt: Post error\n");
+}
+
+// --- the program itself -----------------------------------------------------------------------
+
+TEST_F(Cli, TheProgramTakesItsConnectionFromTheEnvironment) {
+    const std::string program = ZOLT_CLI_PROGRAM;
+    const std::vector<std::string> env = {"ZOLT_URL=" + sim.url(), "ZOLT_USER=admin",
+                                          "ZOLT_PASSWORD=admin", "ZOLT_TIMEOUT=5"};
+    Result r = run_process({program, "call", "port.config.get", "Gi 1/1"}, env);
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(json_of(r.out)["MTU"].asInt(), 10240);
+    EXPECT_EQ(r.err, "");
+
+    // A flag wins over the environment.
+    r = run_process({program, "--password", "wrong", "call", "port.config.get", "Gi 1/1"}, env);
+    EXPECT_EQ(r.status, 3);
+    EXPECT_EQ(r.err, "zolt: Network error, return code: 401\n");
+    r = run_process({program, "call", "port.config.get", "Gi 1/1"},
+                    {"ZOLT_URL=" + sim.url(), "ZOLT_USER=admin", "ZOLT_PASSWORD=nope"});
+    EXPECT_EQ(r.status, 3);
+    r = run_process({program, "call", "port.config.get"},
+                    {"ZOLT_URL=" + sim.url(), "ZOLT_TIMEOUT=soon"});
+    EXPECT_EQ(r.status, 2) << r.err;
+
+    r = run_process({program, "call", "port.config.get", "Gi 9/9"}, env);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err, "zolt: port.config.get: the switch answered error code 1\n");
+    EXPECT_EQ(r.out, "");
+
+    r = run_process({program, "--help"}, {});
+    EXPECT_EQ(r.status, 0);
+    EXPECT_NE(r.out.find("zolt call port.config.get \"Gi 1/1\""), std::string::npos) << r.out;
+    r = run_process({program, "edit", "--help"}, {});
+    EXPECT_EQ(r.status, 0);
+    EXPECT_NE(r.out.find("FIELD=VALUE"), std::string::npos) << r.out;
+}
+
+TEST(CliCompletion, TheBashScriptLoadsAndCompletes) {
+    const std::string program = ZOLT_CLI_PROGRAM;
+    const std::string script =
+        "source <(\"$1\" completion bash) || exit 9\n"
+        "complete -p zolt || exit 8\n"
+        "COMP_WORDS=(zolt ca); COMP_CWORD=1; _zolt; echo \"commands: ${COMPREPLY[*]}\"\n"
+        "COMP_WORDS=(zolt --output table call port.config.g); COMP_CWORD=4; _zolt\n"
+        "echo \"methods: ${COMPREPLY[*]}\"\n"
+        "COMP_WORDS=(zolt edit port.conf); COMP_CWORD=2; _zolt; echo \"tables: ${COMPREPLY[*]}\"\n";
+    const Result r = run_process({"/bin/bash", "-c", script, "bash", program}, {});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find("complete -F _zolt zolt\n"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("commands: call\n"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("methods: port.config.get\n"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("tables: port.config\n"), std::string::npos) << r.out;
+    EXPECT_EQ(run_in_process({"completion", "zsh"}).status, 2);
+}
+
+// --- every typed function ------------------------------------------------------------------
+
+// The generated sweep: every overload of the schema called through `zolt call`, its overload
+// named, with sample arguments. A write comes before the reads of its table, so a read after a
+// write must succeed.
+TEST_F(Cli, EveryTypedFunctionIsReachableThroughCall) {
+    ASSERT_EQ(zolt_test::kCliSweepCount, zolt_cli::kOverloadCount);
+    std::set<std::pair<std::string, std::size_t>> reached;
+    std::set<std::string> written;
+    for (std::size_t i = 0; i < zolt_test::kCliSweepCount; ++i) {
+        const zolt_test::CliCall& call = zolt_test::kCliSweep[i];
+        const std::string shape = call.shape;
+        const std::string method = call.method;
+        const std::string table = method.substr(0, method.rfind('.'));
+        SCOPED_TRACE(method + " overload " + std::to_string(call.overload));
+        reached.insert({method, call.overload});
+        std::vector<std::string> args = {"call", "--overload", std::to_string(call.overload),
+                                         method};
+        for (std::size_t a = 0; a < call.arg_count; ++a) args.push_back(call.args[a]);
+        const Result r = zolt(args);
+
+        if (r.status == 3) {
+            // Tables with three- or four-member keys, or key-only tables, read only while empty.
+            EXPECT_EQ(shape, "get_all");
+            EXPECT_EQ(r.err, "zolt: not implemented\n");
+            continue;
+        }
+        ASSERT_NE(r.status, 2) << r.err;
+        if (shape == "add") {
+            EXPECT_TRUE(r.status == 0 || r.status == 1) << r.err;
+            written.insert(table);
+        } else if (shape == "set") {
+            EXPECT_EQ(r.status, 0) << r.err;
+            written.insert(table);
+        } else if (shape == "del") {
+            EXPECT_TRUE(r.status == 0 || r.status == 1) << r.err;
+        } else if (shape == "bare" || shape == "get_all" || shape == "singleton_get" ||
+                   written.count(table) != 0) {
+            EXPECT_EQ(r.status, 0) << r.err;
+        } else {
+            EXPECT_TRUE(r.status == 0 || r.status == 1) << r.err;
+        }
+        const bool has_output = shape != "bare" && shape != "set" && shape != "add" &&
+                                shape != "del" && shape != "exists";
+        if (r.status == 0 && has_output) {
+            Json::Value parsed;
+            EXPECT_TRUE(Json::Reader().parse(r.out, parsed, false)) << r.out;
+        } else {
+            EXPECT_EQ(r.out, "");
+        }
+    }
+    EXPECT_EQ(reached.size(), zolt_cli::kOverloadCount) << "every overload once";
+}
+
+}  // namespace
+
+#endif  // ZOLT_CLI_PROGRAM

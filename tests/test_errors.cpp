@@ -1,0 +1,204 @@
+// What a caller learns of a failed call beyond the fixed text: every exception keeps its standard
+// kind and exact what(), and its documented subclass carries libcurl's result, the HTTP status,
+// the first bytes of the answer or the JSON path where decoding stopped.
+
+#include <curl/curl.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <map>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "client/errors.h"
+#include "client/zoltclient.h"
+#include "support/expect.h"
+#include "support/test_server.h"
+
+namespace {
+
+using zolt_test::ClientTest;
+
+// Runs `statement`, which must throw E; returns a copy of what it threw.
+template <class E, class F>
+E caught(F&& statement) {
+    try {
+        statement();
+    } catch (const E& e) {
+        return e;
+    } catch (const std::exception& e) {
+        ADD_FAILURE() << "threw " << zolt_test::type_name(typeid(e)) << " \"" << e.what() << "\"";
+        throw;
+    }
+    ADD_FAILURE() << "threw nothing";
+    throw std::logic_error("no exception");
+}
+
+// ---- The transfer ------------------------------------------------------------------------
+
+TEST(TransferError, ARefusedConnectionSaysSo) {
+    const rest_conn_t conn = zolt_test::make_conn(
+        "http://127.0.0.1:" + std::to_string(zolt_test::closed_port()) + "/json_rpc");
+    void* handle = zoltclient_init(&conn);
+    ASSERT_NE(handle, nullptr);
+    zolt_appl_port_mib_conf_t conf{};
+    const auto e = caught<zolt::transfer_error>([&] { zolt_port_config_get(handle, "Gi 1/1", &conf); });
+    EXPECT_STREQ(e.what(), "Post error");
+    EXPECT_EQ(e.curl_code(), CURLE_COULDNT_CONNECT);
+    EXPECT_EQ(e.curl_text(), curl_easy_strerror(CURLE_COULDNT_CONNECT));
+    EXPECT_EQ(zolt::describe(e), e.curl_text());
+    zoltclient_deinit(handle);
+}
+
+TEST(TransferError, ATimeOutSaysSoAndTheNextCallSucceeds) {
+    zolt_test::TestServer server;
+    server.handle([](const httplib::Request& request, httplib::Response& response) {
+        if (request.body.find("port.config.get") != std::string::npos) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+        }
+        response.set_content(R"({"error":null,"result":null})", "application/json");
+    });
+    const rest_conn_t conn = zolt_test::make_conn(server.url(), 1);
+    void* handle = zoltclient_init(&conn);
+    ASSERT_NE(handle, nullptr);
+    zolt_appl_port_mib_conf_t conf{};
+    const auto e = caught<zolt::transfer_error>([&] { zolt_port_config_get(handle, "Gi 1/1", &conf); });
+    EXPECT_EQ(e.curl_code(), CURLE_OPERATION_TIMEDOUT);
+    EXPECT_EQ(e.curl_text(), curl_easy_strerror(CURLE_OPERATION_TIMEDOUT));
+    EXPECT_EQ(zolt_port_config_set(handle, "Gi 1/1", conf), 0);
+    zoltclient_deinit(handle);
+}
+
+TEST(TransferError, ANullHandleHasNoLibcurlResult) {
+    zolt_appl_port_mib_conf_t conf{};
+    const auto e = caught<zolt::transfer_error>([&] { zolt_port_config_get(nullptr, "Gi 1/1", &conf); });
+    EXPECT_STREQ(e.what(), "Post error");
+    EXPECT_EQ(e.curl_code(), 0);
+    EXPECT_FALSE(e.curl_text().empty());
+}
+
+// ---- The status and the answer -------------------------------------------------------------
+
+using Errors = ClientTest;
+
+TEST_F(Errors, AStatusErrorCarriesTheStatus) {
+    server.respond(404, "<html>not here</html>", "text/html");
+    zolt_appl_port_mib_conf_t conf{};
+    const auto e = caught<zolt::status_error>([&] { zolt_port_config_get(handle(), "Gi 1/1", &conf); });
+    EXPECT_STREQ(e.what(), "Network error, return code: 404");
+    EXPECT_EQ(e.status(), 404);
+    EXPECT_EQ(zolt::describe(e), "HTTP status 404");
+}
+
+TEST_F(Errors, AnHtmlPageCarriesStatusAndFirstBytes) {
+    const std::string page = "<html><body>" + std::string(400, 'x') + "</body></html>";
+    server.respond(500, page, "text/html");
+    zolt_appl_port_mib_conf_t conf{};
+    const auto e = caught<zolt::answer_error>([&] { zolt_port_config_get(handle(), "Gi 1/1", &conf); });
+    EXPECT_STREQ(e.what(), "Failed to parse!");
+    EXPECT_EQ(e.status(), 500);
+    EXPECT_EQ(e.excerpt(), page.substr(0, zolt::answer_error::kExcerptSize));
+    EXPECT_EQ(zolt::describe(e), "HTTP status 500, body: " + e.excerpt());
+}
+
+TEST_F(Errors, AMissingMemberCarriesTheAnswer) {
+    server.respond(200, "{\"id\":\"jsonrpc\",\n\"error\":null}");
+    zolt_appl_port_mib_conf_t conf{};
+    const auto e = caught<zolt::answer_error>([&] { zolt_port_config_get(handle(), "Gi 1/1", &conf); });
+    EXPECT_STREQ(e.what(), "No result member");
+    EXPECT_EQ(e.status(), 200);
+    EXPECT_EQ(e.excerpt(), "{\"id\":\"jsonrpc\",\n\"error\":null}");
+    EXPECT_EQ(zolt::describe(e), "HTTP status 200, body: {\"id\":\"jsonrpc\", \"error\":null}");
+
+    server.respond(200, "");
+    const auto empty = caught<zolt::answer_error>([&] { zolt_port_config_get(handle(), "Gi 1/1", &conf); });
+    EXPECT_STREQ(empty.what(), "Failed to parse!");
+    EXPECT_EQ(zolt::describe(empty), "HTTP status 200, no body");
+}
+
+TEST_F(Errors, AGetAllThatIsNoArrayCarriesTheAnswer) {
+    server.respond(203, R"({"error":null,"result":{"Gi 1/1":{}}})");
+    std::map<std::string, zolt_appl_port_mib_conf_t> all;
+    const auto e = caught<zolt::answer_error>([&] { zolt_port_config_get(handle(), &all); });
+    EXPECT_STREQ(e.what(), "Result is not an array");
+    EXPECT_EQ(e.status(), 203);
+    EXPECT_EQ(e.excerpt(), R"({"error":null,"result":{"Gi 1/1":{}}})");
+}
+
+// ---- Decoding ------------------------------------------------------------------------------
+
+// A row of port configuration in the form a switch sends it, with `mtu` as the MTU's JSON text.
+std::string port_row(const std::string& name, const std::string& mtu) {
+    return R"({"key":")" + name + R"(","val":{"Shutdown":false,"Speed":"autoNegMode",)"
+           R"("AdvertiseDisabled":0,"MediaType":"rj45","FC":"off","MTU":)" +
+           mtu + R"(,"ExcessiveRestart":false,"PFC":0,"FrameLengthCheck":false}})";
+}
+
+TEST_F(Errors, AWrongTypeDeepInATableNamesItsPath) {
+    server.respond_result("[" + port_row("Gi 1/1", "1500") + "," + port_row("Gi 1/2", "1500") + "," +
+                          port_row("Gi 1/3", "1500") + "," + port_row("Gi 1/4", "\"9000\"") + "]");
+    std::map<std::string, zolt_appl_port_mib_conf_t> all;
+    const auto e = caught<zolt::decode_error>([&] { zolt_port_config_get(handle(), &all); });
+    EXPECT_STREQ(e.what(), "Unexpected type");
+    EXPECT_EQ(e.path(), "result[3].val.MTU");
+    EXPECT_EQ(zolt::describe(e), "at result[3].val.MTU");
+    EXPECT_EQ(all.size(), 3u);  // the rows before it stay, as ever
+}
+
+TEST_F(Errors, PathsOfKeysElementsAndRecords) {
+    std::map<std::string, zolt_appl_port_mib_conf_t> all;
+    server.respond_result("[" + port_row("Gi 1/1", "1500") + ",[]]");
+    const auto row = caught<zolt::decode_logic_error>([&] { zolt_port_config_get(handle(), &all); });
+    EXPECT_STREQ(row.what(),
+                 "in Json::Value::find(key, end, found): requires objectValue or nullValue");
+    EXPECT_EQ(row.path(), "result[1]");
+
+    zolt_appl_port_mib_conf_t conf{};
+    server.respond_result("7");
+    EXPECT_EQ(caught<zolt::decode_logic_error>([&] { zolt_port_config_get(handle(), "Gi 1/1", &conf); })
+                  .path(),
+              "result");
+
+    std::map<std::tuple<unsigned short, zolt_mac_t>, zolt_appl_mac_stack_addr_entry_t> fdb;
+    server.respond_result(R"([{"key":["one","00:01:02:03:04:05"],"val":{}}])");
+    const auto vlan = caught<zolt::decode_logic_error>([&] { zolt_mac_status_fdb_full_get(handle(), &fdb); });
+    EXPECT_EQ(vlan.path(), "result[0].key[0]");
+    server.respond_result(R"([{"key":[1,7],"val":{}}])");
+    EXPECT_EQ(caught<zolt::decode_logic_error>([&] { zolt_mac_status_fdb_full_get(handle(), &fdb); })
+                  .path(),
+              "result[0].key[1]");
+
+    std::vector<std::string> members;
+    server.respond_result(R"(["Gi 1/1","Gi 1/2",3])");
+    const auto element = caught<zolt::decode_error>(
+        [&] { zolt_vlan_status_membership_get(handle(), 1, zolt_appl_vlan_user_combined, &members); });
+    EXPECT_EQ(element.path(), "result[2]");
+    EXPECT_EQ(members.size(), 2u);
+
+    server.respond_result(R"({"LearnMode":"sometimes","ChangeAllowed":true})");
+    zolt_appl_mac_learn_mode_t learn{};
+    const auto text = caught<zolt::decode_error>(
+        [&] { zolt_mac_config_interface_learn_get(handle(), "Gi 1/1", &learn); });
+    EXPECT_STREQ(text.what(), "out-of-range-enum");
+    EXPECT_EQ(text.path(), "result.LearnMode");
+}
+
+TEST_F(Errors, CallersOfTheStandardKindsSeeWhatTheyAlwaysSaw) {
+    server.respond(404, "");
+    zolt_appl_port_mib_conf_t conf{};
+    EXPECT_THROW_EXACT(zolt_port_config_get(handle(), "Gi 1/1", &conf), std::runtime_error,
+                       "Network error, return code: 404");
+    server.respond_result(R"({"Shutdown":1})");
+    EXPECT_THROW_EXACT(zolt_port_config_get(handle(), "Gi 1/1", &conf), std::runtime_error,
+                       "Unexpected type");
+    try {
+        zolt_port_config_get(handle(), "Gi 1/1", &conf);
+        FAIL() << "no exception";
+    } catch (const std::runtime_error& e) {
+        EXPECT_STREQ(e.what(), "Unexpected type");
+        EXPECT_EQ(zolt::describe(e), "at result.Shutdown");
+    }
+}
+
+}  // namespace
