@@ -920,8 +920,9 @@ def field_write(f):
 
 def field_read(f):
     if f.type.kind == "timestamp":
-        return f'zolt::parse_timestamp(json["{f.key}"], value.{f.key});'
-    return f'parse(json["{f.key}"], value.{f.key});'
+        return (f'zolt::in_member("{f.key}", [&] {{ '
+                f'zolt::parse_timestamp(json["{f.key}"], value.{f.key}); }});')
+    return f'zolt::read_member(json, "{f.key}", value.{f.key});'
 
 
 def gen_source(fam):
