@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Sets everything up, builds, and runs the main job: the switch simulator on a free port of
-# 127.0.0.1 in the background, the example tour of the library against it, then the simulator's
-# clean stop. Arguments go to the simulator (for instance --fault latency:50 or --log).
+# 127.0.0.1 in the background, the example tour of the library against it, a few steps of the
+# zolt command line against the same switch, then the simulator's clean stop. Arguments go to the
+# simulator (for instance --fault latency:50 or --log).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -28,6 +29,19 @@ fi
 
 status=0
 ./build/examples/switch_tour "http://$address/" admin admin || status=$?
+
+# The same switch from the shell with the zolt command line: the ports' configuration as a
+# table, one field of one port changed by a read-modify-write, and that port read back as JSON.
+if [ "$status" -eq 0 ]; then
+    export ZOLT_URL="http://$address/" ZOLT_USER=admin ZOLT_PASSWORD=admin
+    echo
+    echo "== zolt --output table call port.config.get"
+    ./build/cli/zolt --output table call port.config.get || status=$?
+    echo "== zolt edit port.config \"Gi 1/4\" MTU=9000 FC=on"
+    ./build/cli/zolt edit port.config "Gi 1/4" MTU=9000 FC=on || status=$?
+    echo "== zolt call port.config.get \"Gi 1/4\""
+    ./build/cli/zolt call port.config.get "Gi 1/4" || status=$?
+fi
 kill -TERM "$sim"
 wait "$sim"
 exit "$status"
