@@ -38,6 +38,15 @@ Json::Value read_answer(rest_response_t* response);
 // arrays on one line, a final newline.
 std::string styled(const Json::Value& request);
 
+// The arguments in position, each by zolt::to_json. An argument that cannot be encoded (an
+// enumeration out of range) throws here, before anything is posted.
+template <class... Args>
+Json::Value encode_params(const Args&... args) {
+    Json::Value params(Json::arrayValue);
+    (params.append(zolt::to_json(args)), ...);
+    return params;
+}
+
 }  // namespace zolt
 
 // The end of the argument list: the request is complete and goes out.

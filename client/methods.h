@@ -25,58 +25,46 @@ namespace zolt {
 // The code of a non-null "error".
 int error_code(const Json::Value& error);
 
-// Thrown by a get-all's decoder when "result" is no array; decode_result fills in the answer's
-// status and first bytes.
+// Thrown by a get-all's decoder when "result" is no array; the call fills in the answer's status
+// and first bytes.
 [[noreturn]] void throw_result_not_array();
 
-// Runs `decode` on the answer's "result": a decode failure's path starts at "result", and
-// "Result is not an array" gets the status and first bytes of the answer it refers to.
-template <class Decode>
-void decode_result(const zoltclient* client, Decode decode) {
-    try {
-        decode();
-    } catch (decode_error& e) {
-        e.within("result");
-        throw;
-    } catch (decode_logic_error& e) {
-        e.within("result");
-        throw;
-    } catch (const answer_error& e) {
-        throw answer_error(e.what(), client->last_status, client->last_excerpt);
-    }
+// Writes a result into the caller's output, whose type the decoder knows.
+using Decoder = void (*)(const Json::Value& result, void* out);
+
+// The one non-template core that every typed function ends in: posts `method` with the encoded
+// `params`, returns the code of a non-null "error", else decodes "result" into `out` with
+// `decode` (when given) and returns 0. What a typed function instantiates is therefore only the
+// encoding of its arguments and, once per output type, its decoder.
+int call_params(void* handle, const char* method, Json::Value params, Decoder decode, void* out);
+
+template <class Out>
+void decode_into(const Json::Value& result, void* out) {
+    parse(result, *static_cast<Out*>(out));
 }
 
-template <class Decode, class... Args>
-int call_and_decode(void* handle, const char* method, Decode decode, const Args&... args) {
-    const Json::Value answer =
-        zolt_json_rpc_call(static_cast<zoltclient*>(handle), std::string(method), args...);
-    const Json::Value& error = answer["error"];
-    if (!error.isNull()) return error_code(error);
-    decode_result(static_cast<zoltclient*>(handle), [&] { decode(answer["result"]); });
-    return 0;
+// Get-alls: the result must be an array of rows before any row is decoded.
+template <class K, class V>
+void decode_rows(const Json::Value& result, void* out) {
+    if (!result.isArray()) throw_result_not_array();
+    parse(result, *static_cast<std::map<K, V>*>(out));
 }
 
 // Bare calls, sets, adds, deletes and existence gets.
 template <class... Args>
 int call(void* handle, const char* method, const Args&... args) {
-    return call_and_decode(
-        handle, method, [](const Json::Value&) {}, args...);
+    return call_params(handle, method, encode_params(args...), nullptr, nullptr);
 }
 
 // Singleton, keyed, scalar and list gets: the result goes through the output's own `parse`.
 template <class Out, class... Args>
 int call_get(void* handle, const char* method, Out* out, const Args&... args) {
-    return call_and_decode(
-        handle, method, [out](const Json::Value& result) { parse(result, *out); }, args...);
+    return call_params(handle, method, encode_params(args...), &decode_into<Out>, out);
 }
 
-// Get-alls: the result must be an array of rows before any row is decoded.
 template <class K, class V>
 int call_get_all(void* handle, const char* method, std::map<K, V>* out) {
-    return call_and_decode(handle, method, [out](const Json::Value& result) {
-        if (!result.isArray()) throw_result_not_array();
-        parse(result, *out);
-    });
+    return call_params(handle, method, Json::Value(Json::arrayValue), &decode_rows<K, V>, out);
 }
 
 }  // namespace zolt
