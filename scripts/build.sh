@@ -5,5 +5,6 @@ cd "$(dirname "$0")/.."
 
 dir=$1
 shift
-cmake -S . -B "$dir" -G Ninja "$@" >/dev/null
+# Warnings are errors in the project's own builds; a later -DZOLT_WERROR=OFF overrides it.
+cmake -S . -B "$dir" -G Ninja -DZOLT_WERROR=ON "$@" >/dev/null
 cmake --build "$dir" -j2
