@@ -75,6 +75,20 @@ void add_monitoring_rows(std::vector<SeedRow>& rows) {
 
     rows.push_back({"syslog.config.server", Json::Value(),
                     object({{"Mode", false}, {"Address", ""}, {"Level", "informational"}})});
+    // The switch writes its time stamps as local-time text.
+    rows.push_back({"syslog.status.history", key({1, 1}),
+                    object({{"MsgLevel", "notice"},
+                            {"MsgTimeStamp", "2024-06-11 08:15:40"},
+                            {"MsgText", "System cold started"}})});
+    rows.push_back({"syslog.status.history", key({1, 2}),
+                    object({{"MsgLevel", "informational"},
+                            {"MsgTimeStamp", "2024-06-11 08:15:52"},
+                            {"MsgText", "Link up on Gi 1/1"}})});
+    rows.push_back({"syslog.status.history", key({1, 3}),
+                    object({{"MsgLevel", "warning"},
+                            {"MsgTimeStamp", "2024-06-11 09:02:17"},
+                            {"MsgText", "Login failed for user guest"}})});
+
     // sFlow is off: no receiver, no sampling instance; the agent has no address yet.
     rows.push_back({"sflow.config.agent", Json::Value(), object({{"AgentIpAddress", "0.0.0.0"}})});
 
@@ -92,7 +106,7 @@ void add_monitoring_rows(std::vector<SeedRow>& rows) {
 
 // A fresh switch's management and monitoring: CPU load figures, two power supplies, its
 // firmware images, the default and startup configuration files, an SNMP community and view,
-// sFlow off and one notification destination.
+// syslog with a few history entries, sFlow off and one notification destination.
 void add_management_rows(std::vector<SeedRow>& rows, const std::vector<std::string>& ports) {
     add_system_rows(rows, ports);
     add_configuration_file_rows(rows);
