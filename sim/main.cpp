@@ -23,6 +23,7 @@ const char kUsage[] =
     "  --password TEXT   its password (default admin)\n"
     "  --ports N         number of switch ports, named \"Gi 1/1\" .. (default 8)\n"
     "  --state FILE      load the state from FILE at start if it exists, save it at exit\n"
+    "                    and when the running configuration is copied to the startup one\n"
     "  --fault MODE      none | latency:MS | html500 | drop | status:N (default none)\n"
     "  --log             one line per request on standard error (never credentials)\n"
     "  --help            this text\n";

@@ -26,6 +26,8 @@
 #include <utility>
 #include <vector>
 
+#include "sim/effects.h"
+
 namespace zolt_sim {
 namespace {
 
@@ -266,7 +268,16 @@ std::string to_string(const Fault& fault) {
 }
 
 struct Simulator::Impl {
-    explicit Impl(Options opts) : options(std::move(opts)), model(options.ports) {
+    explicit Impl(Options opts)
+        : options(std::move(opts)),
+          model(options.ports),
+          effects(
+              model,
+              [this] {
+                  save_state();
+                  return options.state_file;
+              },
+              [this] { add_starting_account(); }) {
         writer["indentation"] = "";
         add_starting_account();
     }
@@ -339,7 +350,8 @@ struct Simulator::Impl {
             what = "html500 fault";
         } else {
             CallSummary call;
-            const Json::Value answer = model.answer(request.body, &call);
+            Json::Value answer = model.answer(request.body, &call);
+            if (call.error == 0) effects.after(call.method, request.body, answer);
             response.status = options.fault.kind == Fault::Kind::status ? options.fault.value : 200;
             response.set_content(Json::writeString(writer, answer), "application/json");
             what = "\"" + printable(call.method) + "\" params=" + std::to_string(call.params) +
@@ -400,6 +412,7 @@ struct Simulator::Impl {
 
     Options options;
     Model model;
+    Effects effects;  // what the management commands do to the switch
     Json::StreamWriterBuilder writer;
     std::mutex log_mutex;
 

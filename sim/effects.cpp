@@ -1,0 +1,390 @@
+#include "sim/effects.h"
+
+#include <json/reader.h>
+#include <json/writer.h>
+
+#include <cstdio>
+#include <ctime>
+#include <filesystem>
+#include <memory>
+#include <set>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+#include "sim/sim_schema.h"
+#include "sim/traffic.h"
+
+namespace zolt_sim {
+namespace {
+
+constexpr const char* kCopy = "icfg.control.copy.set";
+constexpr const char* kControl = "icfg.control.global.set";
+constexpr const char* kReboot = "system-utility.control.reboot.set";
+constexpr const char* kFirmwareControl = "firmware.control.global.set";
+constexpr const char* kUpload = "firmware.control.image-upload.set";
+constexpr const char* kUploadStatusGet = "firmware.status.image-upload.get";
+constexpr const char* kClearHistory = "syslog.control.history.set";
+constexpr const char* kClearCounters = "port.control.statistics.clear.set";
+
+constexpr const char* kFiles = "icfg.status.file";
+constexpr const char* kFileStatistics = "icfg.statistics.file";
+constexpr const char* kCopyStatus = "icfg.status.copy";
+constexpr const char* kImages = "firmware.status.image";
+constexpr const char* kSwitches = "firmware.status.switch";
+constexpr const char* kUploadStatus = "firmware.status.image-upload";
+constexpr const char* kHistory = "syslog.status.history";
+constexpr const char* kCopyControl = "icfg.control.copy";
+constexpr const char* kGlobalControl = "icfg.control.global";
+
+// The file list's name of the startup configuration, as a fresh switch lists it.
+constexpr const char* kStartupFile = "startup-config";
+
+// What a reload of defaults leaves as it is: the files and firmware in flash are storage, not
+// configuration, and the command records read back as they were last written. (The live port
+// counters stay too; see replace().)
+const char* const kKeptByReload[] = {kFiles,        kFileStatistics, kImages,       kSwitches,
+                                     kUploadStatus, kCopyControl,    kGlobalControl};
+
+// The IP family's tables, which "defaultKeepIp" keeps.
+constexpr const char* kIpPrefix = "ip.";
+
+// Replaces the tables that `changed` names, in the state that `current` (a snapshot taken at
+// `now`) shows. restore() starts every port's counting again at `now`, so the counter tables go
+// along with the values they had at that instant, and the counters run on without a jump.
+void replace(Model& model, const Json::Value& current, Json::Value changed,
+             Model::Clock::time_point now) {
+    const Json::Value& tables = current["tables"];
+    for (const std::string& name : tables.getMemberNames()) {
+        if (Traffic::counts(name) && !changed.isMember(name)) changed[name] = tables[name];
+    }
+    Json::Value document(Json::objectValue);
+    document["tables"] = std::move(changed);
+    model.restore(document, now);
+}
+
+Json::Value rows_of(const Json::Value& snapshot, const char* table) {
+    const Json::Value& rows = snapshot["tables"][table];
+    return rows.isArray() ? rows : Json::Value(Json::arrayValue);
+}
+
+Json::Value singleton(const Json::Value& value) {
+    Json::Value row(Json::objectValue);
+    row["key"] = Json::Value();
+    row["val"] = value;
+    Json::Value rows(Json::arrayValue);
+    rows.append(row);
+    return rows;
+}
+
+// The switch's wall clock as its file list shows it: local time, "YYYY-MM-DD HH:MM:SS".
+std::string local_time_text() {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    char text[32];
+    std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local);
+    return text;
+}
+
+std::string text_of(const Json::Value& value) { return value.isString() ? value.asString() : ""; }
+
+// How many bytes the configuration takes when written out as a state file is.
+Json::UInt written_size(const Json::Value& snapshot) {
+    Json::StreamWriterBuilder styled;
+    styled["indentation"] = "  ";
+    return static_cast<Json::UInt>(Json::writeString(styled, snapshot).size() + 1);
+}
+
+// The file list `files` with `name` at `bytes`, modified now: its own entry updated, or a new
+// entry under the next free key.
+void list_file(Json::Value& files, const std::string& name, Json::UInt bytes) {
+    Json::Value* entry = nullptr;
+    Json::Int next = 1;
+    for (Json::Value& row : files) {
+        if (row["key"].isArray() && row["key"][0u].isInt()) {
+            next = std::max(next, row["key"][0u].asInt() + 1);
+        }
+        if (row["val"]["FileName"] == Json::Value(name)) entry = &row["val"];
+    }
+    if (entry == nullptr) {
+        Json::Value row(Json::objectValue);
+        row["key"] = Json::Value(Json::arrayValue);
+        row["key"].append(next);
+        row["val"]["FileName"] = name;
+        row["val"]["Attribute"] = "rw";
+        entry = &files.append(row)["val"];
+    }
+    (*entry)["Bytes"] = bytes;
+    (*entry)["ModifiedTime"] = local_time_text();
+}
+
+const Json::Value* file_entry(const Json::Value& files, const std::string& name) {
+    for (const Json::Value& row : files) {
+        if (row["val"]["FileName"] == Json::Value(name)) return &row["val"];
+    }
+    return nullptr;
+}
+
+// The file list and its statistics, which always agree.
+Json::Value file_tables(const Json::Value& files) {
+    Json::UInt total = 0;
+    for (const Json::Value& row : files) total += row["val"]["Bytes"].asUInt();
+    Json::Value statistics(Json::objectValue);
+    statistics["NumberOfFiles"] = static_cast<Json::UInt>(files.size());
+    statistics["TotalBytes"] = total;
+    Json::Value tables(Json::objectValue);
+    tables[kFiles] = files;
+    tables[kFileStatistics] = singleton(statistics);
+    return tables;
+}
+
+// The method strings these effects act on or call, and the gets of the tables they rewrite:
+// a schema that renames one stops the simulator at start-up instead of leaving an effect
+// silently undone.
+void check_methods() {
+    std::set<std::string> known;
+    for (std::size_t i = 0; i < kMethodCount; ++i) known.insert(kMethods[i].method);
+    const std::string needed[] = {kCopy,
+                                  kControl,
+                                  kReboot,
+                                  kFirmwareControl,
+                                  kUpload,
+                                  kUploadStatusGet,
+                                  kClearHistory,
+                                  kClearCounters,
+                                  std::string(kFiles) + ".get",
+                                  std::string(kFileStatistics) + ".get",
+                                  std::string(kCopyStatus) + ".get",
+                                  std::string(kImages) + ".get",
+                                  std::string(kSwitches) + ".get",
+                                  std::string(kHistory) + ".get",
+                                  std::string(kCopyControl) + ".get",
+                                  std::string(kGlobalControl) + ".get"};
+    for (const std::string& method : needed) {
+        if (known.count(method) == 0) {
+            throw std::logic_error("the simulator's command effects use method " + method +
+                                   ", which the schema does not have");
+        }
+    }
+}
+
+}  // namespace
+
+Effects::Effects(Model& model, std::function<std::string()> save_state,
+                 std::function<void()> add_login)
+    : model_(model), save_state_(std::move(save_state)), add_login_(std::move(add_login)) {
+    check_methods();
+}
+
+void Effects::after(const std::string& method, const std::string& body, Json::Value& answer) {
+    if (method == kUploadStatusGet) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (uploading_ && Clock::now() - upload_started_ < kUploadTime) {
+            answer["result"]["Status"] = "inProgress";
+        } else {
+            uploading_ = false;
+        }
+        return;
+    }
+    if (method != kCopy && method != kControl && method != kReboot && method != kFirmwareControl &&
+        method != kUpload && method != kClearHistory) {
+        return;
+    }
+    Json::CharReaderBuilder builder;
+    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    Json::Value request;
+    std::string errors;
+    if (!reader->parse(body.data(), body.data() + body.size(), &request, &errors)) return;
+    const Json::Value& params = request["params"];
+
+    // The call has been answered: a command that fails here is the switch's own trouble.
+    std::lock_guard<std::mutex> lock(mutex_);
+    try {
+        if (method == kCopy) {
+            copy(params[0u]);
+        } else if (method == kControl) {
+            control(params[0u]);
+        } else if (method == kReboot) {
+            const std::string type = text_of(params[1u]["Type"]);
+            if (type == "coldReboot" || type == "warmReboot") reboot();
+        } else if (method == kFirmwareControl) {
+            if (params[0u]["SwapFirmware"] == true) swap_firmware();
+            if (params[0u]["reboot"] == true) reboot();
+        } else if (method == kUpload) {
+            upload(params[0u]);
+        } else if (params[2u]["Clear"] == true && params[0u].isInt()) {
+            clear_history(params[0u].asInt(), text_of(params[1u]));
+        }
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "zolt-switch-sim: %s: %s\n", method.c_str(), e.what());
+        std::fflush(stderr);
+    }
+}
+
+void Effects::copy(const Json::Value& request) {
+    if (request["Copy"] != true) return;
+    const std::string source = text_of(request["SourceConfigType"]);
+    const std::string destination = text_of(request["DestinationConfigType"]);
+    const std::string source_file =
+        source == "startupConfig" ? kStartupFile : text_of(request["SourceConfigFile"]);
+    const std::string destination_file =
+        destination == "startupConfig" ? kStartupFile : text_of(request["DestinationConfigFile"]);
+
+    // Written first, so that the file list below can tell the file's size.
+    std::string state_file;
+    bool saved = true;
+    if (source == "runningConfig" && destination == "startupConfig") {
+        try {
+            state_file = save_state_();
+        } catch (const std::exception& e) {
+            std::fprintf(stderr, "zolt-switch-sim: %s\n", e.what());
+            saved = false;
+        }
+    }
+
+    const Model::Clock::time_point now = Model::Clock::now();
+    const Json::Value current = model_.snapshot(now);
+    Json::Value files = rows_of(current, kFiles);
+    const Json::Value* source_entry = file_entry(files, source_file);
+    const bool source_listed = source_entry != nullptr;
+    const Json::UInt source_bytes = source_listed ? (*source_entry)["Bytes"].asUInt() : 0;
+    std::string status = "success";
+    if (source == destination && (source != "configFile" || source_file == destination_file)) {
+        status = "errSameSrcDst";
+    } else if (source == "none") {
+        status = "errLoadSrc";
+    } else if (destination == "none" || !saved ||
+               (destination != "runningConfig" && destination_file.empty())) {
+        status = "errSaveDst";
+    } else if (source == "runningConfig") {
+        list_file(files, destination_file, written_size(current));
+        if (!state_file.empty()) {
+            std::error_code error;
+            const auto bytes = std::filesystem::file_size(state_file, error);
+            list_file(files, std::filesystem::path(state_file).filename().string(),
+                      error ? 0 : static_cast<Json::UInt>(bytes));
+        }
+    } else if (!source_listed) {
+        status = "errNoSuchFile";
+    } else if (destination != "runningConfig") {
+        // A stored configuration is never loaded into the running one here; copied to a file,
+        // it shows as that file.
+        list_file(files, destination_file, source_bytes);
+    }
+
+    Json::Value changed = file_tables(files);
+    Json::Value outcome(Json::objectValue);
+    outcome["Status"] = status;
+    changed[kCopyStatus] = singleton(outcome);
+    replace(model_, current, changed, now);
+}
+
+void Effects::control(const Json::Value& request) {
+    const std::string deleted = text_of(request["DeleteFile"]);
+    const std::string reload = text_of(request["ReloadDefault"]);
+    const Model::Clock::time_point now = Model::Clock::now();
+    Json::Value current = model_.snapshot(now);
+
+    if (!deleted.empty()) {
+        Json::Value files(Json::arrayValue);
+        for (const Json::Value& row : rows_of(current, kFiles)) {
+            if (row["val"]["FileName"] != Json::Value(deleted)) files.append(row);
+        }
+        if (files.size() != rows_of(current, kFiles).size()) {
+            replace(model_, current, file_tables(files), now);
+            current = model_.snapshot(now);
+        }
+    }
+    if (reload != "default" && reload != "defaultKeepIp") return;
+
+    // A fresh switch of the same size gives every table its first state; a table it does not
+    // hold at all is empty on a fresh switch.
+    const Model fresh(static_cast<int>(model_.port_names().size()), now);
+    Json::Value tables = fresh.snapshot(now)["tables"];
+    const Json::Value& before = current["tables"];
+    for (const std::string& name : before.getMemberNames()) {
+        bool keep = reload == "defaultKeepIp" && name.rfind(kIpPrefix, 0) == 0;
+        for (const char* kept : kKeptByReload) keep = keep || name == kept;
+        if (keep || Traffic::counts(name)) {
+            tables[name] = before[name];
+        } else if (!tables.isMember(name)) {
+            tables[name] = Json::Value(Json::arrayValue);
+        }
+    }
+    replace(model_, current, tables, now);
+    add_login_();
+}
+
+void Effects::reboot() {
+    for (const std::string& port : model_.port_names()) {
+        Json::Value params(Json::arrayValue);
+        params.append(port);
+        params.append(true);
+        call(kClearCounters, params);
+    }
+}
+
+void Effects::swap_firmware() {
+    const Model::Clock::time_point now = Model::Clock::now();
+    const Json::Value current = model_.snapshot(now);
+    Json::Value images = rows_of(current, kImages);
+    Json::Value* active = nullptr;
+    Json::Value* alternative = nullptr;
+    for (Json::Value& row : images) {
+        const Json::Value& type = row["val"]["Type"];
+        if (type == "activeFirmware") active = &row["val"];
+        if (type == "alternativeFirmware") alternative = &row["val"];
+    }
+    if (active == nullptr || alternative == nullptr) return;
+    // The images change places; each row still tells which place it describes.
+    std::swap(*active, *alternative);
+    std::swap((*active)["Type"], (*alternative)["Type"]);
+    Json::Value changed(Json::objectValue);
+    changed[kImages] = images;
+    replace(model_, current, changed, now);
+}
+
+void Effects::upload(const Json::Value& request) {
+    if (request["DoUpload"] != true) return;
+    const std::string url = text_of(request["Url"]);
+    const std::size_t scheme = url.find("://");
+    const bool valid = scheme != std::string::npos && scheme > 0 && scheme + 3 < url.size();
+    // The outcome is stored at once; reads answer "inProgress" until the upload's time is up.
+    Json::Value outcome(Json::objectValue);
+    outcome["Status"] = valid ? "success" : "errInvalidUrl";
+    const Model::Clock::time_point now = Model::Clock::now();
+    Json::Value changed(Json::objectValue);
+    changed[kUploadStatus] = singleton(outcome);
+    replace(model_, model_.snapshot(now), changed, now);
+    uploading_ = valid;
+    upload_started_ = Clock::now();
+}
+
+void Effects::clear_history(int unit, const std::string& level) {
+    const Model::Clock::time_point now = Model::Clock::now();
+    const Json::Value current = model_.snapshot(now);
+    const Json::Value history = rows_of(current, kHistory);
+    Json::Value kept(Json::arrayValue);
+    for (const Json::Value& row : history) {
+        const bool this_unit = row["key"].isArray() && row["key"][0u] == unit;
+        const bool this_level = level == "all" || row["val"]["MsgLevel"] == Json::Value(level);
+        if (!(this_unit && this_level)) kept.append(row);
+    }
+    if (kept.size() == history.size()) return;
+    Json::Value changed(Json::objectValue);
+    changed[kHistory] = kept;
+    replace(model_, current, changed, now);
+}
+
+Json::Value Effects::call(const std::string& method, const Json::Value& params) {
+    Json::Value request(Json::objectValue);
+    request["id"] = "simulator";
+    request["method"] = method;
+    request["params"] = params;
+    Json::StreamWriterBuilder writer;
+    writer["indentation"] = "";
+    return model_.answer(Json::writeString(writer, request));
+}
+
+}  // namespace zolt_sim
