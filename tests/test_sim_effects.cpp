@@ -13,6 +13,7 @@
 #include <ctime>
 #include <fstream>
 #include <map>
+#include <optional>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -51,11 +52,13 @@ public:
         EXPECT_EQ(zolt_icfg_status_file_get(handle_, &files), 0);
         return files;
     }
-    const zolt_appl_icfg_file_entry_t* file(const Files& files, const std::string& name) const {
+    // A copy, so that a file list read just for this stays out of the picture.
+    std::optional<zolt_appl_icfg_file_entry_t> file(const Files& files,
+                                                    const std::string& name) const {
         for (const auto& entry : files) {
-            if (entry.second.FileName == name) return &entry.second;
+            if (entry.second.FileName == name) return entry.second;
         }
-        return nullptr;
+        return std::nullopt;
     }
     zolt_appl_icfg_copy_status_t copy(zolt_appl_icfg_config_type_t source,
                                       const std::string& source_file,
@@ -152,13 +155,13 @@ TEST(SimulatorCopy, RunningToStartupWritesTheStateFileAndListsIt) {
     EXPECT_EQ(saved_singleton(path, "syslog.config.server")["Address"], "192.0.2.7");
     const Files files = sw.files();
     const std::string name = path.substr(path.rfind('/') + 1);
-    const zolt_appl_icfg_file_entry_t* listed = sw.file(files, name);
-    ASSERT_NE(listed, nullptr) << "the state file is among the files";
+    const std::optional<zolt_appl_icfg_file_entry_t> listed = sw.file(files, name);
+    ASSERT_TRUE(listed.has_value()) << "the state file is among the files";
     EXPECT_EQ(static_cast<long>(listed->Bytes), file_size(path));
     EXPECT_EQ(listed->Attribute, "rw");
     EXPECT_EQ(listed->ModifiedTime.size(), 19u) << listed->ModifiedTime;
-    const zolt_appl_icfg_file_entry_t* startup = sw.file(files, "startup-config");
-    ASSERT_NE(startup, nullptr);
+    const std::optional<zolt_appl_icfg_file_entry_t> startup = sw.file(files, "startup-config");
+    ASSERT_TRUE(startup.has_value());
     EXPECT_NE(startup->ModifiedTime, "2024-06-11 08:15:42") << "the startup configuration is new";
     EXPECT_EQ(files.size(), 3u);
     expect_statistics_agree(sw);
@@ -179,8 +182,8 @@ TEST(SimulatorCopy, WithoutAStateFileOnlyTheStartupEntryChanges) {
               zolt_appl_icfg_copy_status_success);
     const Files after = sw.files();
     ASSERT_EQ(after.size(), before.size());
-    const zolt_appl_icfg_file_entry_t* startup = sw.file(after, "startup-config");
-    ASSERT_NE(startup, nullptr);
+    const std::optional<zolt_appl_icfg_file_entry_t> startup = sw.file(after, "startup-config");
+    ASSERT_TRUE(startup.has_value());
     EXPECT_NE(startup->ModifiedTime, sw.file(before, "startup-config")->ModifiedTime);
     EXPECT_GT(startup->Bytes, 1000u) << "as large as the configuration written out";
     expect_statistics_agree(sw);
@@ -191,14 +194,14 @@ TEST(SimulatorCopy, ToAndFromNamedFilesAndTheRefusedCopies) {
     EXPECT_EQ(sw.copy(zolt_appl_icfg_config_type_runningConfig, "",
                       zolt_appl_icfg_config_type_configFile, "lab-backup"),
               zolt_appl_icfg_copy_status_success);
-    const zolt_appl_icfg_file_entry_t* backup = sw.file(sw.files(), "lab-backup");
-    ASSERT_NE(backup, nullptr);
+    const std::optional<zolt_appl_icfg_file_entry_t> backup = sw.file(sw.files(), "lab-backup");
+    ASSERT_TRUE(backup.has_value());
     const unsigned bytes = backup->Bytes;
     EXPECT_EQ(sw.copy(zolt_appl_icfg_config_type_configFile, "lab-backup",
                       zolt_appl_icfg_config_type_configFile, "lab-copy"),
               zolt_appl_icfg_copy_status_success);
-    const zolt_appl_icfg_file_entry_t* copied = sw.file(sw.files(), "lab-copy");
-    ASSERT_NE(copied, nullptr);
+    const std::optional<zolt_appl_icfg_file_entry_t> copied = sw.file(sw.files(), "lab-copy");
+    ASSERT_TRUE(copied.has_value());
     EXPECT_EQ(copied->Bytes, bytes);
     EXPECT_EQ(sw.files().size(), 4u);
     expect_statistics_agree(sw);
@@ -228,14 +231,14 @@ TEST(SimulatorCopy, ACopyNotAskedForDoesNothing) {
     zolt_appl_icfg_status_copy_config_t status{};
     ASSERT_EQ(zolt_icfg_status_copy_get(sw.handle(), &status), 0);
     EXPECT_EQ(status.Status, zolt_appl_icfg_copy_status_none);
-    EXPECT_EQ(sw.file(sw.files(), "never"), nullptr);
+    EXPECT_FALSE(sw.file(sw.files(), "never").has_value());
 }
 
 TEST(SimulatorFiles, DeletingAFileTakesItOffTheList) {
     Switch sw;
-    ASSERT_NE(sw.file(sw.files(), "startup-config"), nullptr);
+    ASSERT_TRUE(sw.file(sw.files(), "startup-config").has_value());
     sw.control(zolt_appl_icfg_reload_default_none, "startup-config");
-    EXPECT_EQ(sw.file(sw.files(), "startup-config"), nullptr);
+    EXPECT_FALSE(sw.file(sw.files(), "startup-config").has_value());
     EXPECT_EQ(sw.files().size(), 1u);
     expect_statistics_agree(sw);
     EXPECT_EQ(sw.copy(zolt_appl_icfg_config_type_startupConfig, "",
@@ -272,7 +275,7 @@ TEST(SimulatorReload, DefaultsReturnTheConfigurationToTheFreshSwitch) {
     ASSERT_EQ(zolt_icfg_control_global_get(sw.handle(), &control), 0);
     EXPECT_EQ(control.ReloadDefault, zolt_appl_icfg_reload_default_default)
         << "the command record reads back as written";
-    EXPECT_NE(sw.file(sw.files(), "kept"), nullptr) << "files are storage, not configuration";
+    EXPECT_TRUE(sw.file(sw.files(), "kept").has_value()) << "files are storage, not configuration";
     std::map<int, zolt_appl_firmware_status_image_t> images;
     ASSERT_EQ(zolt_firmware_status_image_get(sw.handle(), &images), 0);
     EXPECT_EQ(images.size(), 3u);
