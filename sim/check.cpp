@@ -50,7 +50,9 @@ bool check_integer(const Type& type, const Json::Value& json, Json::Value& store
     if (!is_integer(json)) return wrong_type("an integer", json, why);
     const bool negative = json.type() == Json::intValue && json.asInt64() < 0;
     const bool fits = negative ? json.asInt64() >= type.low
-                               : json.asUInt64() <= type.high && (type.low <= 0 || json.asUInt64() >= static_cast<unsigned long long>(type.low));
+                               : json.asUInt64() <= type.high &&
+                                     (type.low <= 0 ||
+                                      json.asUInt64() >= static_cast<unsigned long long>(type.low));
     if (!fits) {
         why = (negative ? std::to_string(json.asInt64()) : std::to_string(json.asUInt64())) +
               " is out of range for " + type.name + " (" + std::to_string(type.low) + ".." +
@@ -85,7 +87,8 @@ bool check_mac(const Json::Value& json, Json::Value& stored, std::string& why) {
             ++pos;
             ++digits;
         }
-        const bool separator_ok = group == 5 ? pos == text.size() : pos < text.size() && text[pos] == ':';
+        const bool separator_ok =
+            group == 5 ? pos == text.size() : pos < text.size() && text[pos] == ':';
         if (digits == 0 || digits > 2 || !separator_ok) {
             why = "\"" + text + "\" is not a MAC address";
             return false;

@@ -16,7 +16,7 @@ struct Model::Table {
     int key_count = 0;
     std::vector<const Type*> key;     // one type per key member
     std::vector<const Type*> values;  // the value types; none for a key-only table
-    Json::Value fresh;  // a new row's value; the union of the defaults if several types
+    Json::Value fresh;      // a new row's value; the union of the defaults if several types
     bool has_add = false;   // rows are created by `add`, so `set` does not create them
     bool per_port = false;  // a fresh switch holds one default row per port
 

@@ -60,10 +60,10 @@ struct Type {
 };
 
 struct TableInfo {
-    const char* name;    // "port.config": the method strings without their verb
-    const char* family;  // "port"
-    int key_count;       // 0 for a singleton
-    const Type* key[4];  // each key member's type
+    const char* name;           // "port.config": the method strings without their verb
+    const char* family;         // "port"
+    int key_count;              // 0 for a singleton
+    const Type* key[4];         // each key member's type
     const Type* const* values;  // the value types; none for a key-only table
     std::size_t value_count;
     bool per_port;      // a fresh switch holds one default row per port

@@ -36,7 +36,8 @@ const Type kMac = {"zolt_mac_t", Kind::mac, 0, 0, nullptr, 0, nullptr, 0};
 const Type kHex = {"vector<unsigned char>", Kind::hex, 0, 0, nullptr, 0, nullptr, 0};
 const Type kStamp = {"time_t", Kind::timestamp, 0, 0, nullptr, 0, nullptr, 0};
 const Type kNames = {"vector<string>", Kind::text_list, 0, 0, nullptr, 0, nullptr, 0};
-const Type kVlans = {"vector<unsigned short>", Kind::integer_list, 0, 65535, nullptr, 0, nullptr, 0};
+const Type kVlans = {
+    "vector<unsigned short>", Kind::integer_list, 0, 65535, nullptr, 0, nullptr, 0};
 const char* const kModeTexts[] = {"auto", "disable", "secure"};
 const Type kMode = {"zolt_mode_t", Kind::enumeration, 0, 0, kModeTexts, 3, nullptr, 0};
 const Member kInnerMembers[] = {{"Name", &kText}};
@@ -105,9 +106,9 @@ TEST(SimChecker, RecordsNeedEveryMemberAndNoOther) {
               "missing member \"Mode\"");
     EXPECT_EQ(refusal(kOuter, R"({"Enabled": true, "Mode": "auto", "Inner": {"Name": 1}})"),
               "member \"Inner\": member \"Name\": expected a string, got an integer");
-    EXPECT_EQ(refusal(kOuter,
-                      R"({"Enabled": true, "Mode": "auto", "Inner": {"Name": ""}, "Bad": 1})"),
-              "unknown member \"Bad\" in zolt_outer_t");
+    EXPECT_EQ(
+        refusal(kOuter, R"({"Enabled": true, "Mode": "auto", "Inner": {"Name": ""}, "Bad": 1})"),
+        "unknown member \"Bad\" in zolt_outer_t");
 }
 
 TEST(SimChecker, MacAndHexAreStoredInTheSwitchsLetterCase) {
