@@ -16,6 +16,7 @@
 
 #include "cli/catalog.h"
 #include "cli/output.h"
+#include "client/errors.h"
 #include "client/zoltclient.h"
 
 namespace zolt_cli {
@@ -33,7 +34,10 @@ struct Failure {
 
 // The text of a library exception as the user reads it. An exception that carries more than its
 // fixed text gets that detail here, after the text in parentheses.
-std::string failure_text(const std::exception& e) { return e.what(); }
+std::string failure_text(const std::exception& e) {
+    const std::string detail = zolt::describe(e);
+    return detail.empty() ? std::string(e.what()) : std::string(e.what()) + " (" + detail + ")";
+}
 
 struct Options {
     std::string url;
