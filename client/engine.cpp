@@ -82,7 +82,7 @@ Json::Value read_answer(rest_response_t* response) {
     return answer;
 }
 
-Json::Value exchange(zoltclient* client, const Json::Value& request) {
+rest_response_t* post(zoltclient* client, const Json::Value& request) {
     const std::string text = styled(request);
     rest_response_t* response = rest_post(client != nullptr ? client->rest : nullptr, text.data(),
                                           static_cast<long>(text.size()));
@@ -98,7 +98,18 @@ Json::Value exchange(zoltclient* client, const Json::Value& request) {
     client->last_excerpt.assign(response->body != nullptr ? response->body : "",
                                 length < answer_error::kExcerptSize ? length
                                                                     : answer_error::kExcerptSize);
-    return read_answer(response);
+    return response;
+}
+
+const char* passing_body(const rest_response_t* response, std::size_t* length) {
+    const unsigned long status = static_cast<unsigned long>(response->status);
+    if (!((status >= 200 && status <= 299) || (status >= 500 && status <= 599))) return nullptr;
+    *length = rest_body_length(response);
+    return response->body != nullptr ? response->body : "";
+}
+
+Json::Value exchange(zoltclient* client, const Json::Value& request) {
+    return read_answer(post(client, request));
 }
 
 }  // namespace zolt

@@ -8,6 +8,7 @@
 
 #include <json/value.h>
 
+#include <cstddef>
 #include <string>
 
 #include "client/rest.h"
@@ -33,6 +34,15 @@ Json::Value exchange(zoltclient* client, const Json::Value& request);
 // The judging half of exchange(): the status window, the parse and the checks on the answer,
 // with the same exceptions. Takes ownership of `response` and releases it on every way out.
 Json::Value read_answer(rest_response_t* response);
+
+// The posting half of exchange(): the styled text goes out and the answer comes back unjudged,
+// owned by the caller; the client's last status and excerpt are noted. A failed transfer throws
+// as exchange() does.
+rest_response_t* post(zoltclient* client, const Json::Value& request);
+
+// The collected body of an answer whose status read_answer() lets through, and its length (the
+// text ends in a NUL); null for any other status.
+const char* passing_body(const rest_response_t* response, std::size_t* length);
 
 // The wire form of a request: three-blank indent, " : " between name and value, short scalar
 // arrays on one line, a final newline.

@@ -1,5 +1,6 @@
 #include "client/methods.h"
 
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -16,13 +17,33 @@ int error_code(const Json::Value& error) {
 
 void throw_result_not_array() { throw answer_error("Result is not an array", 0, std::string()); }
 
-int call_params(void* handle, const char* method, Json::Value params, Decoder decode, void* out) {
+int call_params(void* handle, const char* method, Json::Value params, Decoder decode,
+                DirectDecoder direct, void* out) {
     // Members as zolt_json_rpc_call sets them; the text shows them sorted by name either way.
     Json::Value request(Json::objectValue);
     request["method"] = Json::Value(method);
     request["id"] = Json::Value("jsonrpc");
     request["params"] = std::move(params);
-    const Json::Value answer = exchange(static_cast<zoltclient*>(handle), request);
+    auto* client = static_cast<zoltclient*>(handle);
+    return read_result(client, post(client, request), decode, direct, out);
+}
+
+int read_result(zoltclient* client, rest_response_t* response, Decoder decode, DirectDecoder direct,
+                void* out) {
+    std::size_t length = 0;
+    const char* text = direct != nullptr ? passing_body(response, &length) : nullptr;
+    bool decoded = false;
+    try {
+        decoded = text != nullptr && direct(text, length, out);
+    } catch (...) {
+        rest_free_response(response);
+        throw;
+    }
+    if (decoded) {
+        rest_free_response(response);
+        return 0;
+    }
+    const Json::Value answer = read_answer(response);
     const Json::Value& error = answer["error"];
     if (!error.isNull()) return error_code(error);
     if (decode == nullptr) return 0;
@@ -37,7 +58,6 @@ int call_params(void* handle, const char* method, Json::Value params, Decoder de
         e.within("result");
         throw;
     } catch (const answer_error& e) {
-        const auto* client = static_cast<const zoltclient*>(handle);
         throw answer_error(e.what(), client->last_status, client->last_excerpt);
     }
     return 0;

@@ -898,6 +898,7 @@ def gen_header(fam, families):
         for o in fam.opaques:
             out.append(f"ZOLT_API void parse(const Json::Value& json, {o.name}& value);\n")
         out.append("\n")
+    out.append(gen_fast_declarations(fam))
     for m in fam.methods:
         ps, _ = params(m)
         out.append(wrap(f"ZOLT_API int {m.exported}(", ps, ");", 0) + "\n")
@@ -927,7 +928,7 @@ def field_read(f):
 
 def gen_source(fam):
     out = [BANNER.format(path=fam.path)]
-    out.append(f'#include "{fam.header}"\n\n#include "client/methods.h"\n\n')
+    out.append(f'#include "{fam.header}"\n\n#include "client/methods.h"\n#include "codec/fast.h"\n\n')
     if fam.enums:
         out.append("namespace {\n\n")
         for e in fam.enums:
@@ -967,7 +968,46 @@ def gen_source(fam):
         out.append(wrap(f"int {m.exported}(", ps, ") {", 0) + "\n")
         out.append("    " + wrap(f"return zolt::{SHAPE_CALL[m.shape]}(", ["handle"] + call_args, ");", 4)
                    + "\n}\n\n")
+    out.append(gen_fast_source(fam))
     return "".join(out).rstrip() + "\n"
+
+
+# --- decoding straight from the answer's text (codec/fast.h) --------------------------------------
+
+def gen_fast_declarations(fam):
+    """The family header's declarations of the direct decoder's type descriptors."""
+    names = [e.name for e in fam.enums] + [r.name for r in fam.records] + [o.name for o in fam.opaques]
+    if not names:
+        return ""
+    out = ["namespace zolt {\nnamespace fast {\nstruct Type;\n}  // namespace fast\n"
+           "}  // namespace zolt\n\n"]
+    for name in names:
+        out.append(f"const zolt::fast::Type& fast_type(const {name}*);\n")
+    return "".join(out) + "\n"
+
+
+def gen_fast_source(fam):
+    """Per enumeration its text table, per record its members: what the direct decoder of
+    codec/fast.h needs to read them. The rules themselves live there, once."""
+    out = []
+    for e in fam.enums:
+        out.append(f"const zolt::fast::Type& fast_type(const {e.name}*) {{\n"
+                   f"    static const zolt::fast::Type type = zolt::fast::enum_type(k_{e.name});\n"
+                   "    return type;\n}\n\n")
+    for r in fam.records:
+        out.append(f"const zolt::fast::Type& fast_type(const {r.name}*) {{\n"
+                   "    static const zolt::fast::Field fields[] = {\n")
+        for f in r.fields:
+            maker = "timestamp_field" if f.type.kind == "timestamp" else "field"
+            out.append(f"        zolt::fast::{maker}<&{r.name}::{f.key}>({c_string(f.key)}),\n")
+        out.append("    };\n"
+                   "    static const zolt::fast::Record record(fields, sizeof fields / sizeof fields[0]);\n"
+                   "    return record.type;\n}\n\n")
+    # An opaque output never decodes directly: its parse throws, so the tree has to run.
+    for o in fam.opaques:
+        out.append(f"const zolt::fast::Type& fast_type(const {o.name}*) {{\n"
+                   "    return zolt::fast::never();\n}\n\n")
+    return "".join(out)
 
 
 def gen_families(families):
