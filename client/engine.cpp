@@ -1,7 +1,6 @@
 #include "client/engine.h"
 
 #include <json/reader.h>
-#include <json/writer.h>
 
 #include <cstdio>
 #include <memory>
@@ -9,19 +8,10 @@
 #include <string>
 
 #include "client/errors.h"
+#include "client/request.h"
 #include "client/rest_internal.h"
 
 namespace zolt {
-
-std::string styled(const Json::Value& request) {
-    // Value::toStyledString() of this JsonCpp indents with tabs and breaks every array; the
-    // older StyledWriter still writes the form the switch is addressed in.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
-    Json::StyledWriter writer;
-#pragma GCC diagnostic pop
-    return writer.write(request);
-}
 
 namespace {
 
@@ -43,16 +33,14 @@ bool parse_body(const rest_response_t& response, Json::Value& answer) {
     }
 }
 
-// The first bytes of the collected body: what an operator needs to recognise an HTML error page or
-// a proxy's answer.
+}  // namespace
+
 std::string excerpt_of(const rest_response_t& response) {
     if (response.body == nullptr) return std::string();
     const std::size_t length = rest_body_length(&response);
     return std::string(response.body,
                        length < answer_error::kExcerptSize ? length : answer_error::kExcerptSize);
 }
-
-}  // namespace
 
 Json::Value read_answer(rest_response_t* response) {
     // Released on every way out, including an exception from the parser's allocations.
@@ -69,8 +57,8 @@ Json::Value read_answer(rest_response_t* response) {
     Json::Value answer;
     const bool parsed = parse_body(*response, answer);
     // Only the first bytes outlive the text, and only on the way to an exception.
-    const char* refusal = !parsed                     ? "Failed to parse!"
-                          : !answer.isObject()        ? "Not a object"
+    const char* refusal = !parsed                      ? "Failed to parse!"
+                          : !answer.isObject()         ? "Not a object"
                           : !answer.isMember("error")  ? "No error member"
                           : !answer.isMember("result") ? "No result member"
                                                        : nullptr;
@@ -82,22 +70,19 @@ Json::Value read_answer(rest_response_t* response) {
     return answer;
 }
 
-rest_response_t* post(zoltclient* client, const Json::Value& request) {
-    const std::string text = styled(request);
-    rest_response_t* response = rest_post(client != nullptr ? client->rest : nullptr, text.data(),
-                                          static_cast<long>(text.size()));
+rest_response_t* post(zoltclient* client, const char* method, const Json::Value& params) {
+    if (client == nullptr) throw transfer_error(CURLE_OK, "no connection was opened");
+    // The handle's own buffer: after the first calls a request costs no allocation to write.
+    write_request(method, params, client->request_text);
+    const std::string& text = client->request_text;
+    rest_response_t* response =
+        rest_post(client->rest, text.data(), static_cast<long>(text.size()));
     if (response == nullptr) {
         // What libcurl said of the failure; a connection that never opened has nothing to say.
-        const CURLcode result =
-            client != nullptr && client->rest != nullptr ? rest_last_result(client->rest) : CURLE_OK;
-        throw transfer_error(result, result != CURLE_OK ? curl_easy_strerror(result)
-                                                        : "no connection was opened");
+        const CURLcode result = client->rest != nullptr ? rest_last_result(client->rest) : CURLE_OK;
+        throw transfer_error(
+            result, result != CURLE_OK ? curl_easy_strerror(result) : "no connection was opened");
     }
-    client->last_status = response->status;
-    const std::size_t length = response->body != nullptr ? rest_body_length(response) : 0;
-    client->last_excerpt.assign(response->body != nullptr ? response->body : "",
-                                length < answer_error::kExcerptSize ? length
-                                                                    : answer_error::kExcerptSize);
     return response;
 }
 
@@ -108,8 +93,8 @@ const char* passing_body(const rest_response_t* response, std::size_t* length) {
     return response->body != nullptr ? response->body : "";
 }
 
-Json::Value exchange(zoltclient* client, const Json::Value& request) {
-    return read_answer(post(client, request));
+Json::Value exchange(zoltclient* client, const char* method, const Json::Value& params) {
+    return read_answer(post(client, method, params));
 }
 
 }  // namespace zolt

@@ -16,37 +16,33 @@
 
 struct zoltclient {
     rest_handle_t* rest;
-    // The status and first bytes of the last answer, for the detail of an exception the typed
-    // method raises after the answer is gone ("Result is not an array").
-    long last_status = 0;
-    std::string last_excerpt;
+    std::string request_text;  // the last request's text; its capacity serves the next one
 };
 
 namespace zolt {
 
-// Posts `request` and returns the parsed answer, which is an object holding both "error" and
-// "result". Everything else throws std::runtime_error, in this order: "Post error" (transport
-// failure), "Network error, return code: <status>" (status outside 200-299 and 500-599),
-// "Failed to parse!" (also for an answer without body bytes), "Not a object",
-// "No error member", "No result member".
-Json::Value exchange(zoltclient* client, const Json::Value& request);
+// Posts {"id": "jsonrpc", "method": method, "params": params} and returns the parsed answer,
+// which is an object holding both "error" and "result". Everything else throws std::runtime_error,
+// in this order: "Post error" (transport failure), "Network error, return code: <status>" (status
+// outside 200-299 and 500-599), "Failed to parse!" (also for an answer without body bytes), "Not a
+// object", "No error member", "No result member".
+Json::Value exchange(zoltclient* client, const char* method, const Json::Value& params);
 
 // The judging half of exchange(): the status window, the parse and the checks on the answer,
 // with the same exceptions. Takes ownership of `response` and releases it on every way out.
 Json::Value read_answer(rest_response_t* response);
 
 // The posting half of exchange(): the styled text goes out and the answer comes back unjudged,
-// owned by the caller; the client's last status and excerpt are noted. A failed transfer throws
-// as exchange() does.
-rest_response_t* post(zoltclient* client, const Json::Value& request);
+// owned by the caller. A failed transfer throws as exchange() does.
+rest_response_t* post(zoltclient* client, const char* method, const Json::Value& params);
+
+// The first bytes of the collected body, at most answer_error::kExcerptSize: what an operator
+// needs to recognise an HTML error page or a proxy's answer.
+std::string excerpt_of(const rest_response_t& response);
 
 // The collected body of an answer whose status read_answer() lets through, and its length (the
 // text ends in a NUL); null for any other status.
 const char* passing_body(const rest_response_t* response, std::size_t* length);
-
-// The wire form of a request: three-blank indent, " : " between name and value, short scalar
-// arrays on one line, a final newline.
-std::string styled(const Json::Value& request);
 
 // The arguments in position, each by zolt::to_json. An argument that cannot be encoded (an
 // enumeration out of range) throws here, before anything is posted.
@@ -60,27 +56,24 @@ Json::Value encode_params(const Args&... args) {
 }  // namespace zolt
 
 // The end of the argument list: the request is complete and goes out.
-inline Json::Value zolt_json_rpc_call_(zoltclient* client, const std::string& /*method*/,
-                                       Json::Value& request) {
-    return zolt::exchange(client, request);
+inline Json::Value zolt_json_rpc_call_(zoltclient* client, const std::string& method,
+                                       Json::Value& params) {
+    return zolt::exchange(client, method.c_str(), params);
 }
 
 // Appends the first argument to "params" and recurses. An argument that cannot be encoded (an
 // enumeration out of range) throws here, before anything is posted.
 template <class A, class... Rest>
-Json::Value zolt_json_rpc_call_(zoltclient* client, const std::string& method, Json::Value& request,
+Json::Value zolt_json_rpc_call_(zoltclient* client, const std::string& method, Json::Value& params,
                                 const A& first, const Rest&... rest) {
-    request["params"].append(zolt::to_json(first));
-    return zolt_json_rpc_call_(client, method, request, rest...);
+    params.append(zolt::to_json(first));
+    return zolt_json_rpc_call_(client, method, params, rest...);
 }
 
+// The constant id "jsonrpc" stands where a protocol version might be expected; it is never
+// compared with the answer's.
 template <class... Args>
 Json::Value zolt_json_rpc_call(zoltclient* client, const std::string& method, const Args&... args) {
-    Json::Value request(Json::objectValue);
-    request["method"] = Json::Value(method);
-    // The constant id stands where a protocol version might be expected; it is never compared
-    // with the answer's.
-    request["id"] = Json::Value("jsonrpc");
-    request["params"] = Json::Value(Json::arrayValue);
-    return zolt_json_rpc_call_(client, method, request, args...);
+    Json::Value params(Json::arrayValue);
+    return zolt_json_rpc_call_(client, method, params, args...);
 }

@@ -17,19 +17,13 @@ int error_code(const Json::Value& error) {
 
 void throw_result_not_array() { throw answer_error("Result is not an array", 0, std::string()); }
 
-int call_params(void* handle, const char* method, Json::Value params, Decoder decode,
+int call_params(void* handle, const char* method, const Json::Value& params, Decoder decode,
                 DirectDecoder direct, void* out) {
-    // Members as zolt_json_rpc_call sets them; the text shows them sorted by name either way.
-    Json::Value request(Json::objectValue);
-    request["method"] = Json::Value(method);
-    request["id"] = Json::Value("jsonrpc");
-    request["params"] = std::move(params);
     auto* client = static_cast<zoltclient*>(handle);
-    return read_result(client, post(client, request), decode, direct, out);
+    return read_result(post(client, method, params), decode, direct, out);
 }
 
-int read_result(zoltclient* client, rest_response_t* response, Decoder decode, DirectDecoder direct,
-                void* out) {
+int read_result(rest_response_t* response, Decoder decode, DirectDecoder direct, void* out) {
     std::size_t length = 0;
     const char* text = direct != nullptr ? passing_body(response, &length) : nullptr;
     bool decoded = false;
@@ -43,6 +37,10 @@ int read_result(zoltclient* client, rest_response_t* response, Decoder decode, D
         rest_free_response(response);
         return 0;
     }
+    // Off the direct path the tree takes over; the answer's status and first bytes outlive its
+    // text for "Result is not an array".
+    const long status = response->status;
+    const std::string excerpt = excerpt_of(*response);
     const Json::Value answer = read_answer(response);
     const Json::Value& error = answer["error"];
     if (!error.isNull()) return error_code(error);
@@ -58,7 +56,7 @@ int read_result(zoltclient* client, rest_response_t* response, Decoder decode, D
         e.within("result");
         throw;
     } catch (const answer_error& e) {
-        throw answer_error(e.what(), client->last_status, client->last_excerpt);
+        throw answer_error(e.what(), status, excerpt);
     }
     return 0;
 }

@@ -43,14 +43,13 @@ using DirectDecoder = bool (*)(const char* text, std::size_t length, void* out);
 // `decode` (when given) and returns 0. The answer's text goes to `direct` first; when it is not
 // certain, the tree reads the same text. What a typed function instantiates is therefore only
 // the encoding of its arguments and, once per output type, its two decoders.
-int call_params(void* handle, const char* method, Json::Value params, Decoder decode,
+int call_params(void* handle, const char* method, const Json::Value& params, Decoder decode,
                 DirectDecoder direct, void* out);
 
 // The reading half of call_params, on an answer already received; with `direct` null only the
 // tree reads (the way the tests and benchmarks hold the direct decoder against). Takes the
 // response over.
-int read_result(zoltclient* client, rest_response_t* response, Decoder decode, DirectDecoder direct,
-                void* out);
+int read_result(rest_response_t* response, Decoder decode, DirectDecoder direct, void* out);
 
 template <class Out>
 void decode_into(const Json::Value& result, void* out) {

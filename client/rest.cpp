@@ -9,6 +9,8 @@
 
 namespace {
 
+constexpr std::size_t kFirstBlock = 512;
+
 // A field of rest_conn_t is meant to be NUL-terminated, but a caller that fills the whole
 // array must not make us read into the next field.
 template <std::size_t N>
@@ -161,10 +163,13 @@ std::size_t rest_append_chunk(const char* data, std::size_t size, std::size_t co
     const std::size_t needed = text.length + take + 1;
 
     if (target == nullptr) {
-        target = static_cast<char*>(malloc(needed));
+        // Headers arrive a line at a time: one first block holds a usual set of them, or a
+        // small answer, without growing.
+        const std::size_t first = needed < kFirstBlock ? kFirstBlock : needed;
+        target = static_cast<char*>(malloc(first));
         if (target == nullptr) return 0;
         text.length = 0;
-        text.capacity = needed;
+        text.capacity = first;
     } else if (needed > text.capacity) {
         // Geometric growth keeps a large answer linear in its size.
         std::size_t grown = text.capacity > SIZE_MAX / 2 ? needed : text.capacity * 2;

@@ -80,9 +80,6 @@ inline rest_response_t* response_of(const std::string& text) {
     return response;
 }
 
-// The handle a typed function reads with; only its last status and excerpt are used.
-inline zoltclient client{nullptr, 200, std::string()};
-
 // --- one decode ----------------------------------------------------------------------------------
 
 struct Outcome {
@@ -118,11 +115,11 @@ std::string compare_get(const std::string& text, const Out& start) {
     return differ(
         start,
         [&](Out& out) {
-            return zolt::read_result(&client, response_of(text), &zolt::decode_into<Out>,
+            return zolt::read_result(response_of(text), &zolt::decode_into<Out>,
                                      &zolt::direct_into<Out>, &out);
         },
         [&](Out& out) {
-            return zolt::read_result(&client, response_of(text), &zolt::decode_into<Out>, nullptr,
+            return zolt::read_result(response_of(text), &zolt::decode_into<Out>, nullptr,
                                      &out);
         });
 }
@@ -132,11 +129,11 @@ std::string compare_get_all(const std::string& text, const std::map<K, V>& start
     return differ(
         start,
         [&](std::map<K, V>& out) {
-            return zolt::read_result(&client, response_of(text), &zolt::decode_rows<K, V>,
+            return zolt::read_result(response_of(text), &zolt::decode_rows<K, V>,
                                      &zolt::direct_rows<K, V>, &out);
         },
         [&](std::map<K, V>& out) {
-            return zolt::read_result(&client, response_of(text), &zolt::decode_rows<K, V>, nullptr,
+            return zolt::read_result(response_of(text), &zolt::decode_rows<K, V>, nullptr,
                                      &out);
         });
 }
@@ -145,11 +142,11 @@ inline std::string compare_call(const std::string& text) {
     return differ(
         0,
         [&](int&) {
-            return zolt::read_result(&client, response_of(text), nullptr, &zolt::direct_none,
+            return zolt::read_result(response_of(text), nullptr, &zolt::direct_none,
                                      nullptr);
         },
         [&](int&) {
-            return zolt::read_result(&client, response_of(text), nullptr, nullptr, nullptr);
+            return zolt::read_result(response_of(text), nullptr, nullptr, nullptr);
         });
 }
 
@@ -187,7 +184,7 @@ Out filled(std::string text) {
         if constexpr (std::is_same_v<Out, int>) {
             (void)text;
         } else {
-            zolt::read_result(&client, response_of(text), &zolt::decode_into<Out>, nullptr, &out);
+            zolt::read_result(response_of(text), &zolt::decode_into<Out>, nullptr, &out);
         }
     } catch (const std::exception&) {
     }
@@ -201,7 +198,7 @@ std::map<K, V> filled_table(std::string text) {
     }
     std::map<K, V> out;
     try {
-        zolt::read_result(&client, response_of(text), &zolt::decode_rows<K, V>, nullptr, &out);
+        zolt::read_result(response_of(text), &zolt::decode_rows<K, V>, nullptr, &out);
     } catch (const std::exception&) {
     }
     return out;

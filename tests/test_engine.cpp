@@ -4,13 +4,16 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdint>
 #include <map>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "client/engine.h"
+#include "client/request.h"
 #include "client/zoltclient.h"
 #include "support/expect.h"
 #include "support/test_server.h"
@@ -207,13 +210,116 @@ TEST_F(Engine, AnArgumentThatCannotBeEncodedStopsTheCallBeforeThePost) {
     EXPECT_EQ(server.count(), 0u);
 }
 
-TEST_F(Engine, StyledIsTheWireForm) {
+// The request text is written without StyledWriter but must be its text byte for byte; every
+// value it is not certain of goes to StyledWriter itself.
+
+namespace {
+
+std::string styled_request(const std::string& method, const Json::Value& params) {
     Json::Value request(Json::objectValue);
-    request["method"] = "port.config.get";
+    request["method"] = method;
     request["id"] = "jsonrpc";
-    request["params"] = Json::Value(Json::arrayValue);
-    request["params"].append("Gi 1/1");
-    EXPECT_EQ(zolt::styled(request), request_text("port.config.get", R"([ "Gi 1/1" ])"));
+    request["params"] = params;
+    return zolt::styled(request);
+}
+
+std::string written_request(const std::string& method, const Json::Value& params) {
+    std::string text = "left over from the last call";
+    zolt::write_request(method.c_str(), params, text);
+    return text;
+}
+
+// Values of every kind, nested, near the one-line limit, with the characters whose escapes
+// differ (quote, backslash, control, DEL, multi-byte) and with real numbers.
+class ValueMaker {
+public:
+    explicit ValueMaker(unsigned seed) : random_(seed) {}
+
+    Json::Value make(int depth) {
+        switch (pick(depth > 0 ? 9 : 7)) {
+            case 0:
+                return Json::Value();
+            case 1:
+                return Json::Value(pick(5) == 0 ? INT64_MIN
+                                                : static_cast<Json::Int64>(random_()) - 99);
+            case 2:
+                return Json::Value(pick(2) ? Json::UInt64(~0ULL) : Json::UInt64(pick(100)));
+            case 3:
+                return Json::Value(pick(2) == 0);
+            case 4:
+                return Json::Value(pick(8) == 0 ? 0.1 * pick(100) : 1.0 * pick(3));
+            case 5:
+            case 6:
+                return Json::Value(text());
+            case 7: {
+                Json::Value array(Json::arrayValue);
+                for (int i = pick(4) == 0 ? 26 : pick(6); i > 0; --i) array.append(make(depth - 1));
+                return array;
+            }
+            default: {
+                Json::Value object(Json::objectValue);
+                for (int i = pick(4); i > 0; --i) object[text()] = make(depth - 1);
+                return object;
+            }
+        }
+    }
+
+private:
+    int pick(int n) { return static_cast<int>(random_() % static_cast<unsigned>(n)); }
+
+    std::string text() {
+        static const char* const pieces[] = {
+            "Gi 1/1",    "a", "\"", "\\", "\t", "\x7f", "\xc3\xbc", " ", "GigabitEthernet 1/1",
+            "0123456789"};
+        std::string text;
+        for (int i = pick(5); i > 0; --i) {
+            text += pieces[pick(pick(3) == 0 ? 10 : 4)];
+        }
+        return text;
+    }
+
+    std::mt19937 random_;
+};
+
+}  // namespace
+
+TEST(RequestText, IsStyledWritersTextForEveryValue) {
+    ValueMaker maker(20261123);
+    for (int i = 0; i < 3000; ++i) {
+        Json::Value params(Json::arrayValue);
+        for (int n = i % 5; n > 0; --n) params.append(maker.make(3));
+        ASSERT_EQ(written_request("port.config.get", params),
+                  styled_request("port.config.get", params))
+            << params.toStyledString();
+    }
+}
+
+TEST(RequestText, BreaksArraysWhereStyledWriterDoes) {
+    // "[ " + elements + ", " between + " ]" reaching 74 characters breaks the line, as do 25
+    // elements whatever their length, and any non-empty container inside.
+    for (std::size_t length = 60; length < 80; ++length) {
+        Json::Value params(Json::arrayValue);
+        params.append(std::string(length - 6, 'x'));
+        ASSERT_EQ(written_request("m", params), styled_request("m", params)) << length;
+    }
+    for (int size : {24, 25}) {
+        Json::Value params(Json::arrayValue);
+        for (int i = 0; i < size; ++i) params.append(i % 2);
+        ASSERT_EQ(written_request("m", params), styled_request("m", params)) << size;
+    }
+    Json::Value params(Json::arrayValue);
+    params.append(Json::Value(Json::arrayValue));
+    params.append(Json::Value(Json::objectValue));
+    params.append(Json::Value(Json::arrayValue)).append(1);
+    EXPECT_EQ(written_request("m", params), styled_request("m", params));
+}
+
+TEST(RequestText, LeavesCommentsAndOddMethodNamesToStyledWriter) {
+    Json::Value params(Json::arrayValue);
+    params.append(1).setComment(std::string("// one"), Json::commentAfterOnSameLine);
+    EXPECT_EQ(written_request("m", params), styled_request("m", params));
+    EXPECT_EQ(written_request("m\xc3\xbc\"", Json::Value(Json::arrayValue)),
+              styled_request("m\xc3\xbc\"", Json::Value(Json::arrayValue)));
 }
 
 // ---- Status window -----------------------------------------------------------------------
