@@ -2,8 +2,9 @@
 //   1. client CPU per call (CLOCK_THREAD_CPUTIME_ID of the calling thread; the server's threads
 //      are not counted) of a small keyed get ("port.config.get") and of a 1,000-row get-all of
 //      port counters ("port.statistics.rmon.get"), through the library and through a bare
-//      libcurl + JsonCpp client that sends the same request and decodes the same way, both on
-//      one kept-alive connection to a server on 127.0.0.1 that answers with fixed text;
+//      libcurl + JsonCpp client that sends the same request and decodes the same way, each on
+//      its one kept-alive connection to a server on 127.0.0.1 that answers with fixed text; the
+//      two run in alternating rounds and each figure is the median round;
 //   2. decode time of 1k/10k/100k-row answers, the direct decoder and the JSON tree;
 //   3. peak memory of the 100k-row decode, each way in a child process of its own: the growth
 //      of the resident set's high-water mark from the collected answer to the decoded table
@@ -27,6 +28,8 @@
 #include <map>
 #include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "client/methods.h"
 #include "client/rest_internal.h"
@@ -94,6 +97,7 @@ class FixedServer {
 public:
     FixedServer() {
         server_.set_tcp_nodelay(true);
+        server_.set_keep_alive_max_count(1 << 30);  // one connection for the whole run
         server_.Post(".*", [this](const httplib::Request& request, httplib::Response& response) {
             const bool all = request.body.find("\"params\" : []") != std::string::npos;
             response.set_content(all ? table_ : std::string(kPortConfig), "application/json");
@@ -168,9 +172,6 @@ private:
     std::string body_;
 };
 
-// The handle the decodes below read with; only its last status and excerpt are used.
-zoltclient reader{nullptr, 200, std::string()};
-
 // An answer with status 200 and `text` as its body, as the transport collects it.
 rest_response_t* response_of(const std::string& text) {
     rest_response_t* response = rest_response_alloc();
@@ -181,10 +182,28 @@ rest_response_t* response_of(const std::string& text) {
 
 template <class Call>
 double cpu_us_per_call(int calls, Call call) {
-    call();  // opens the connection
     const double before = thread_cpu_seconds();
     for (int i = 0; i < calls; ++i) call();
     return (thread_cpu_seconds() - before) * 1e6 / calls;
+}
+
+double median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+// Client CPU per call of `library` and `bare`, in alternating rounds so that a busy moment of
+// the machine falls on both; the median round of each.
+template <class Library, class Bare>
+std::pair<double, double> side_by_side(int rounds, int calls, Library library, Bare bare) {
+    library();  // each opens its connection outside the count
+    bare();
+    std::vector<double> library_us, bare_us;
+    for (int round = 0; round < rounds; ++round) {
+        library_us.push_back(cpu_us_per_call(calls, library));
+        bare_us.push_back(cpu_us_per_call(calls, bare));
+    }
+    return {median(library_us), median(bare_us)};
 }
 
 // --- peak memory ---------------------------------------------------------------------------------
@@ -232,13 +251,13 @@ int main(int argc, char** argv) {
     // First, before this process's heap holds anything freed.
     const double direct_mb = peak_mb(100000, [](const std::string& text) {
         Counters all;
-        zolt::read_result(&reader, response_of(text),
+        zolt::read_result(response_of(text),
                           &zolt::decode_rows<std::string, zolt_port_rmon_counters_t>,
                           &zolt::direct_rows<std::string, zolt_port_rmon_counters_t>, &all);
     });
     const double tree_mb = peak_mb(100000, [](const std::string& text) {
         Counters all;
-        zolt::read_result(&reader, response_of(text),
+        zolt::read_result(response_of(text),
                           &zolt::decode_rows<std::string, zolt_port_rmon_counters_t>, nullptr,
                           &all);
     });
@@ -259,28 +278,32 @@ int main(int argc, char** argv) {
     std::printf("client CPU per call, one kept-alive connection to 127.0.0.1\n");
     for (int rep = 0; rep < reps; ++rep) {
         zolt_appl_port_mib_conf_t conf{};
-        const double lib_small = cpu_us_per_call(4000, [&] {
-            if (zolt_port_config_get(handle, "Gi 1/1", &conf) != 0) std::exit(1);
-        });
-        const double bare_small = cpu_us_per_call(4000, [&] {
-            Json::Value params(Json::arrayValue);
-            params.append("Gi 1/1");
-            const Json::Value answer = bare.call("port.config.get", params);
-            zolt_appl_port_mib_conf_t out{};
-            parse(answer["result"], out);
-        });
-        const double lib_all = cpu_us_per_call(200, [&] {
-            Counters all;
-            if (zolt_port_statistics_rmon_get(handle, &all) != 0 || all.size() != 1000) {
-                std::exit(1);
-            }
-        });
-        const double bare_all = cpu_us_per_call(200, [&] {
-            const Json::Value answer =
-                bare.call("port.statistics.rmon.get", Json::Value(Json::arrayValue));
-            Counters all;
-            parse(answer["result"], all);
-        });
+        const auto [lib_small, bare_small] = side_by_side(
+            15, 1000,
+            [&] {
+                if (zolt_port_config_get(handle, "Gi 1/1", &conf) != 0) std::exit(1);
+            },
+            [&] {
+                Json::Value params(Json::arrayValue);
+                params.append("Gi 1/1");
+                const Json::Value answer = bare.call("port.config.get", params);
+                zolt_appl_port_mib_conf_t out{};
+                parse(answer["result"], out);
+            });
+        const auto [lib_all, bare_all] = side_by_side(
+            9, 20,
+            [&] {
+                Counters all;
+                if (zolt_port_statistics_rmon_get(handle, &all) != 0 || all.size() != 1000) {
+                    std::exit(1);
+                }
+            },
+            [&] {
+                const Json::Value answer =
+                    bare.call("port.statistics.rmon.get", Json::Value(Json::arrayValue));
+                Counters all;
+                parse(answer["result"], all);
+            });
         std::printf("  keyed get          library %8.1f us   bare %8.1f us   ratio %.2f\n",
                     lib_small, bare_small, lib_small / bare_small);
         std::printf("  1,000-row get-all  library %8.1f us   bare %8.1f us   ratio %.2f\n", lib_all,
@@ -304,12 +327,12 @@ int main(int argc, char** argv) {
             return fastest * 1e3;
         };
         const double direct = best([&](Counters& all) {
-            zolt::read_result(&reader, response_of(text),
+            zolt::read_result(response_of(text),
                               &zolt::decode_rows<std::string, zolt_port_rmon_counters_t>,
                               &zolt::direct_rows<std::string, zolt_port_rmon_counters_t>, &all);
         });
         const double tree = best([&](Counters& all) {
-            zolt::read_result(&reader, response_of(text),
+            zolt::read_result(response_of(text),
                               &zolt::decode_rows<std::string, zolt_port_rmon_counters_t>, nullptr,
                               &all);
         });
