@@ -67,12 +67,7 @@ bool check_integer(const Type& type, const Json::Value& json, Json::Value& store
     return true;
 }
 
-int hex_digit(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
-}
+bool is_hex(char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; }
 
 // Six groups of one or two hex digits joined by ':'.
 bool check_mac(const Json::Value& json, Json::Value& stored, std::string& why) {
@@ -81,18 +76,16 @@ bool check_mac(const Json::Value& json, Json::Value& stored, std::string& why) {
     unsigned bytes[6] = {};
     std::size_t pos = 0;
     for (int group = 0; group < 6; ++group) {
-        int digits = 0;
-        while (pos < text.size() && digits < 3 && hex_digit(text[pos]) >= 0) {
-            bytes[group] = bytes[group] * 16 + static_cast<unsigned>(hex_digit(text[pos]));
-            ++pos;
-            ++digits;
-        }
+        const std::size_t start = pos;
+        while (pos < text.size() && pos - start < 3 && is_hex(text[pos])) ++pos;
+        const std::size_t digits = pos - start;
         const bool separator_ok =
             group == 5 ? pos == text.size() : pos < text.size() && text[pos] == ':';
         if (digits == 0 || digits > 2 || !separator_ok) {
             why = "\"" + text + "\" is not a MAC address";
             return false;
         }
+        bytes[group] = static_cast<unsigned>(std::stoul(text.substr(start, digits), nullptr, 16));
         ++pos;
     }
     char canonical[32];
@@ -107,7 +100,7 @@ bool check_hex(const Json::Value& json, Json::Value& stored, std::string& why) {
     std::string text = json.asString();
     bool ok = text.size() % 2 == 0;
     for (char& c : text) {
-        ok = ok && hex_digit(c) >= 0;
+        ok = ok && is_hex(c);
         c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     }
     if (!ok) {
