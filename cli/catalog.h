@@ -8,9 +8,7 @@
 #include <json/value.h>
 
 #include <cstddef>
-#include <ctime>
 
-#include "codec/value.h"
 #include "tools/invoke.h"
 
 namespace zolt_cli {
@@ -66,22 +64,5 @@ struct Overload {
 
 extern const Overload kOverloads[];
 extern const std::size_t kOverloadCount;
-
-// --- used by the generated tables ------------------------------------------------------------
-
-template <class T>
-Json::Value round_trip(const Json::Value& json) {
-    T value{};
-    parse(json, value);
-    return zolt::to_json(value);
-}
-
-// The one time stamp type is read from local-time text and written as a number of seconds.
-template <>
-inline Json::Value round_trip<time_t>(const Json::Value& json) {
-    time_t value{};
-    zolt::parse_timestamp(json, value);
-    return zolt::timestamp_to_json(value);
-}
 
 }  // namespace zolt_cli

@@ -1,13 +1,15 @@
 #pragma once
 
 // Generated tables (gen/tools/invoke.cpp) that drive the library from JSON: one invoker per
-// typed function, and one round trip per value and key type of the schema. The tests' corpus
-// replay and the fuzz targets use them; a command line can too.
+// typed function, and one round trip per type of the schema (arguments, outputs and every
+// record field's type). The tests' corpus replay, the fuzz targets and the command line use
+// them.
 
 #include <json/value.h>
 
 #include <cstddef>
 #include <cstring>
+#include <ctime>
 #include <map>
 #include <string>
 #include <tuple>
@@ -17,8 +19,24 @@
 
 namespace zolt_tool {
 
-// A value or key type's codec of the library: decodes JSON with the type's `parse` and writes
-// the result back with its writer. Throws what `parse` throws.
+// Decodes JSON with the type's own `parse` and writes the value back as the library writes it;
+// throws what `parse` throws.
+template <class T>
+Json::Value round_trip(const Json::Value& json) {
+    T value{};
+    parse(json, value);
+    return zolt::to_json(value);
+}
+
+// The one time stamp type is read from local-time text and written as a number of seconds.
+template <>
+inline Json::Value round_trip<time_t>(const Json::Value& json) {
+    time_t value{};
+    zolt::parse_timestamp(json, value);
+    return zolt::timestamp_to_json(value);
+}
+
+// A type's codec of the library, by its C++ name.
 struct Codec {
     const char* type;  // "zolt_appl_port_mib_conf_t"
     Json::Value (*round_trip)(const Json::Value& json);
