@@ -42,22 +42,15 @@ constexpr const char* kStartupFile = "startup-config";
 
 // What a reload of defaults leaves as it is: the files and firmware in flash are storage, not
 // configuration, and the command records read back as they were last written. (The live port
-// counters stay too; see replace().)
+// counters stay too.)
 const char* const kKeptByReload[] = {kFiles,        kFileStatistics, kImages,       kSwitches,
                                      kUploadStatus, kCopyControl,    kGlobalControl};
 
 // The IP family's tables, which "defaultKeepIp" keeps.
 constexpr const char* kIpPrefix = "ip.";
 
-// Replaces the tables that `changed` names, in the state that `current` (a snapshot taken at
-// `now`) shows. restore() starts every port's counting again at `now`, so the counter tables go
-// along with the values they had at that instant, and the counters run on without a jump.
-void replace(Model& model, const Json::Value& current, Json::Value changed,
-             Model::Clock::time_point now) {
-    const Json::Value& tables = current["tables"];
-    for (const std::string& name : tables.getMemberNames()) {
-        if (Traffic::counts(name) && !changed.isMember(name)) changed[name] = tables[name];
-    }
+// Replaces the tables that `changed` names; counters it does not name run on.
+void replace(Model& model, Json::Value changed, Model::Clock::time_point now) {
     Json::Value document(Json::objectValue);
     document["tables"] = std::move(changed);
     model.restore(document, now);
@@ -277,7 +270,7 @@ void Effects::copy(const Json::Value& request) {
     Json::Value outcome(Json::objectValue);
     outcome["Status"] = status;
     changed[kCopyStatus] = singleton(outcome);
-    replace(model_, current, changed, now);
+    replace(model_, changed, now);
 }
 
 void Effects::control(const Json::Value& request) {
@@ -292,7 +285,7 @@ void Effects::control(const Json::Value& request) {
             if (row["val"]["FileName"] != Json::Value(deleted)) files.append(row);
         }
         if (files.size() != rows_of(current, kFiles).size()) {
-            replace(model_, current, file_tables(files), now);
+            replace(model_, file_tables(files), now);
             current = model_.snapshot(now);
         }
     }
@@ -312,7 +305,7 @@ void Effects::control(const Json::Value& request) {
             tables[name] = Json::Value(Json::arrayValue);
         }
     }
-    replace(model_, current, tables, now);
+    replace(model_, tables, now);
     add_login_();
 }
 
@@ -342,7 +335,7 @@ void Effects::swap_firmware() {
     std::swap((*active)["Type"], (*alternative)["Type"]);
     Json::Value changed(Json::objectValue);
     changed[kImages] = images;
-    replace(model_, current, changed, now);
+    replace(model_, changed, now);
 }
 
 void Effects::upload(const Json::Value& request) {
@@ -356,7 +349,7 @@ void Effects::upload(const Json::Value& request) {
     const Model::Clock::time_point now = Model::Clock::now();
     Json::Value changed(Json::objectValue);
     changed[kUploadStatus] = singleton(outcome);
-    replace(model_, model_.snapshot(now), changed, now);
+    replace(model_, changed, now);
     uploading_ = valid;
     upload_started_ = Clock::now();
 }
@@ -374,7 +367,7 @@ void Effects::clear_history(int unit, const std::string& level) {
     if (kept.size() == history.size()) return;
     Json::Value changed(Json::objectValue);
     changed[kHistory] = kept;
-    replace(model_, current, changed, now);
+    replace(model_, changed, now);
 }
 
 Json::Value Effects::call(const std::string& method, const Json::Value& params) {

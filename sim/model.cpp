@@ -544,9 +544,20 @@ void Model::restore(const Json::Value& document, Clock::time_point now) {
         if (table->second->singleton() && rows.empty()) rows[Json::Value()] = table->second->fresh;
     }
     std::lock_guard<std::mutex> lock(mutex_);
+    // Counting starts again at `now` only when the document brings counter rows: those count on
+    // from the document's values, and the counters it leaves out from what they read at `now`,
+    // so that they run on without a jump. A document without counters leaves counting alone.
+    bool counters = false;
+    for (const auto& entry : loaded) counters = counters || Traffic::counts(entry.first);
+    if (counters) {
+        for (auto& [name, rows] : state_) {
+            if (!Traffic::counts(name) || loaded.count(name) != 0) continue;
+            for (auto& [key, value] : rows) value = traffic_.read(name, key, value, now);
+        }
+    }
     for (auto& entry : loaded) state_[entry.first] = std::move(entry.second);
     derive_fdb_status();
-    traffic_.restart_all(now);
+    if (counters) traffic_.restart_all(now);
 }
 
 }  // namespace zolt_sim

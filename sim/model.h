@@ -64,8 +64,10 @@ public:
     Json::Value snapshot(Clock::time_point now = Clock::now()) const;
 
     // Replaces every table the document names with its rows (tables it does not name keep their
-    // seed). Every key member and value goes through its codec; a document that does not fit
-    // throws std::runtime_error naming the table and row, and leaves the state as it was.
+    // state). Counter rows it brings count on from `now`; when it brings any, the counters it
+    // does not name count on from what they read at `now`. Every key member and value goes
+    // through its codec; a document that does not fit throws std::runtime_error naming the
+    // table and row, and leaves the state as it was.
     void restore(const Json::Value& document, Clock::time_point now = Clock::now());
 
     const std::vector<std::string>& port_names() const { return ports_; }
