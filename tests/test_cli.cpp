@@ -136,6 +136,12 @@ protected:
     zolt_sim::Simulator sim;
 };
 
+// The exit status and exactly this on standard error.
+void expect_exit(const Result& r, int status, const std::string& err) {
+    EXPECT_EQ(r.status, status) << r.err;
+    EXPECT_EQ(r.err, err);
+}
+
 // --- what the catalog holds ------------------------------------------------------------------
 
 TEST_F(Cli, MethodsListsExactlyTheTypedFunctionsOfTheSchema) {
@@ -144,20 +150,15 @@ TEST_F(Cli, MethodsListsExactlyTheTypedFunctionsOfTheSchema) {
     const auto rows = manifest_rows();
     ASSERT_FALSE(rows.empty());
     ASSERT_EQ(count_lines(r.out), rows.size()) << "one line per typed function, no header";
+    const std::map<std::string, std::string> kListed = {
+        {"exists", "existence get"}, {"bare", "bare call"}, {"get_all", "get-all"}};
     std::istringstream lines(r.out);
     std::string line;
     for (const auto& row : rows) {
         std::getline(lines, line);
-        std::string shape = row[3];
+        std::string shape = kListed.count(row[3]) != 0 ? kListed.at(row[3]) : row[3];
         for (char& c : shape) c = c == '_' ? ' ' : c;
-        std::string method = line.substr(0, line.find('\t'));
-        EXPECT_EQ(method, row[2]);
-        const std::string after = line.substr(line.find('\t') + 1);
-        const std::string listed = after.substr(0, after.find('\t'));
-        if (shape == "exists") shape = "existence get";
-        if (shape == "bare") shape = "bare call";
-        if (shape == "get all") shape = "get-all";
-        EXPECT_EQ(listed, shape) << line;
+        EXPECT_EQ(line.rfind(row[2] + "\t" + shape + "\t", 0), 0u) << line;
     }
 
     const Result filtered = run_in_process({"methods", "port.config"});
@@ -194,112 +195,41 @@ TEST_F(Cli, DescribeShowsEveryOverloadAndTheFieldsAndTextsOfItsTypes) {
     const Result blind = run_in_process({"describe", "ipmc-snooping.config.interface.port.get"});
     ASSERT_EQ(blind.status, 0);
     EXPECT_NE(blind.out.find("  4: keyed get,"), std::string::npos) << blind.out;
-
-    const Result unknown = run_in_process({"describe", "port.nothing.get"});
-    EXPECT_EQ(unknown.status, 2);
-    EXPECT_EQ(unknown.err, "zolt: unknown method \"port.nothing.get\" (see zolt methods)\n");
 }
 
-// --- call: one case of each shape -------------------------------------------------------------
+// --- call: what each shape prints ------------------------------------------------------------
 
-TEST_F(Cli, EachCallShapeAnswersWithItsOutputAndStatus) {
-    // bare: no output
-    Result r = zolt({"call", "phy10g.ib_conf_set"});
-    EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.out, "");
-    // singleton get
-    r = zolt({"call", "syslog.config.server.get"});
+TEST_F(Cli, CallPrintsPrettyJsonInDeclaredOrderOrNothing) {
+    // Declared order, not by name: Mode before Address.
+    Result r = zolt({"call", "syslog.config.server.get"});
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out,
               "{\n  \"Mode\": false,\n  \"Address\": \"\",\n  \"Level\": \"informational\"\n}\n");
-    // keyed get, the key a bare word
-    r = zolt({"call", "port.config.get", "Gi 1/1"});
-    EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(json_of(r.out)["MTU"].asInt(), 10240);
-    // scalar gets
     r = zolt({"call", "ntp.config.global.get"});
-    EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.out, "true\n");
-    r = zolt({"call", "vlan.config.interface.svl.add", "5", "7"});
-    EXPECT_EQ(r.status, 0) << r.err;
-    r = zolt({"call", "vlan.config.interface.svl.get", "5"});
-    EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.out, "7\n");
-    // list get: a key of two members, the second an enumeration text
-    r = zolt({"call", "vlan.status.membership.get", "1", "combined"});
-    EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(json_of(r.out).size(), 8u) << r.out;
-    EXPECT_EQ(json_of(r.out)[0u].asString(), "Gi 1/1");
-    // existence get: only the status tells
-    r = zolt({"call", "ip.config.interface.get", "VLAN 4000"});
-    EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(r.out, "");
-    EXPECT_EQ(r.err, "zolt: ip.config.interface.get: the switch answered error code 1\n");
-    // add, keyed get, get-all, set, del of one row with a two-member key
+    EXPECT_EQ(r.out, "true\n") << "a scalar, bare";
     r = zolt({"call", "mac.config.fdb.static.add", "1", "02:00:00:00:00:07",
-              R"({"PortList":["Gi 1/2"]})"});
-    EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.out, "");
-    r = zolt({"call", "mac.config.fdb.static.add", "1", "02:00:00:00:00:07",
-              R"({"PortList":["Gi 1/2"]})"});
-    EXPECT_EQ(r.status, 1) << "the switch refuses a second add of the same key";
-    EXPECT_EQ(r.err, "zolt: mac.config.fdb.static.add: the switch answered error code 2\n");
-    r = zolt({"call", "mac.config.fdb.static.set", "1", "02:00:00:00:00:07",
               R"({"PortList":["Gi 1/3", "Gi 1/4"]})"});
     EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "");
     r = zolt({"call", "mac.config.fdb.static.get"});
-    EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out,
               "[\n  {\n    \"key\": [\n      1,\n      \"02:00:00:00:00:07\"\n    ],\n"
               "    \"val\": {\n      \"PortList\": [\n        \"Gi 1/3\",\n        \"Gi 1/4\"\n"
               "      ]\n    }\n  }\n]\n");
-    r = zolt({"call", "mac.config.fdb.static.del", "1", "02:00:00:00:00:07"});
-    EXPECT_EQ(r.status, 0) << r.err;
-    r = zolt({"call", "mac.config.fdb.static.get"});
-    EXPECT_EQ(r.out, "[]\n");
-    r = zolt({"call", "mac.config.fdb.static.del", "1", "02:00:00:00:00:07"});
-    EXPECT_EQ(r.status, 1);
+    // The switch's refusals exit with 1, print nothing and name the method and the code.
+    r = zolt({"call", "mac.config.fdb.static.add", "1", "02:00:00:00:00:07", "{\"PortList\":[]}"});
+    expect_exit(r, 1, "zolt: mac.config.fdb.static.add: the switch answered error code 2\n");
+    r = zolt({"call", "ip.config.interface.get", "VLAN 4000"});
+    expect_exit(r, 1, "zolt: ip.config.interface.get: the switch answered error code 1\n");
+    EXPECT_EQ(r.out, "");
 }
 
-TEST_F(Cli, RecordsAreWrittenInTheirDeclaredOrder) {
-    const Result r = zolt({"call", "port.config.get", "Gi 1/1"});
-    ASSERT_EQ(r.status, 0);
-    // The declared order comes from the catalog, which the schema fills.
-    const zolt_cli::Type* record = nullptr;
-    for (std::size_t i = 0; i < zolt_cli::kOverloadCount; ++i) {
-        if (std::string(zolt_cli::kOverloads[i].method) == "port.config.get" &&
-            zolt_cli::kOverloads[i].param_count == 1) {
-            record = zolt_cli::kOverloads[i].output;
-        }
-    }
-    ASSERT_NE(record, nullptr);
-    ASSERT_GT(record->member_count, 2u);
-    std::size_t at = 0;
-    bool sorted_by_name = true;
-    for (std::size_t i = 0; i < record->member_count; ++i) {
-        const std::size_t found =
-            r.out.find("\"" + std::string(record->members[i].key) + "\":", at);
-        ASSERT_NE(found, std::string::npos) << record->members[i].key;
-        at = found;
-        if (i > 0 && std::string(record->members[i - 1].key) > record->members[i].key) {
-            sorted_by_name = false;
-        }
-    }
-    EXPECT_FALSE(sorted_by_name) << "a record whose declared order is not by name tells";
-}
-
-TEST_F(Cli, OutputIsReadBackByTheNextCall) {
-    Result got = zolt({"call", "port.config.get", "Gi 1/2"});
-    ASSERT_EQ(got.status, 0);
-    Json::Value conf = json_of(got.out);
+TEST_F(Cli, ThePrettyOutputIsAnArgumentAgain) {
+    Json::Value conf = json_of(zolt({"call", "port.config.get", "Gi 1/2"}).out);
     conf["MTU"] = 1600;
-    Json::StreamWriterBuilder compact;
-    compact["indentation"] = "";
-    Result set = zolt({"call", "port.config.set", "Gi 1/2", Json::writeString(compact, conf)});
+    Result set = zolt({"call", "port.config.set", "Gi 1/2", conf.toStyledString()});
     ASSERT_EQ(set.status, 0) << set.err;
-    // The whole pretty output, as printed, is an argument again.
-    Result again = zolt({"call", "port.config.get", "Gi 1/2"});
-    ASSERT_EQ(again.status, 0);
+    const Result again = zolt({"call", "port.config.get", "Gi 1/2"});
     EXPECT_EQ(json_of(again.out)["MTU"].asInt(), 1600);
     set = zolt({"call", "port.config.set", "Gi 1/3", again.out});
     ASSERT_EQ(set.status, 0) << set.err;
@@ -337,8 +267,8 @@ TEST_F(Cli, EditChangesOnlyTheNamedFields) {
     Json::Value expected = before;
     expected["MTU"] = 9000;
     expected["Shutdown"] = true;
-    const Json::Value after = json_of(zolt({"call", "port.config.get", "Gi 1/3"}).out);
-    EXPECT_EQ(after.toStyledString(), expected.toStyledString());
+    EXPECT_EQ(json_of(zolt({"call", "port.config.get", "Gi 1/3"}).out).toStyledString(),
+              expected.toStyledString());
     EXPECT_EQ(json_of(zolt({"call", "port.config.get", "Gi 1/4"}).out).toStyledString(),
               before.toStyledString())
         << "other rows stay as they were";
@@ -350,73 +280,56 @@ TEST_F(Cli, EditChangesOnlyTheNamedFields) {
               "{\n  \"Mode\": false,\n  \"Address\": \"192.0.2.9\",\n  \"Level\": \"error\"\n}\n");
 }
 
+// --- exit statuses and messages ----------------------------------------------------------------
+
+TEST_F(Cli, UsageErrorsExitWithTwoAndSayWhatIsWrong) {
+    const std::string kUnknown = "zolt: unknown method \"port.nothing.get\" (see zolt methods)\n";
+    expect_exit(zolt({"call", "port.nothing.get"}), 2, kUnknown);
+    expect_exit(zolt({"describe", "port.nothing.get"}), 2, kUnknown);
+    expect_exit(zolt({"call", "port.config.get", "Gi 1/1", "Gi 1/2"}), 2,
+                "zolt: port.config.get: no overload takes 2 arguments (it takes 0 or 1)\n");
+    expect_exit(zolt({"call", "port.config.get", "7"}), 2,
+                "zolt: port.config.get: argument 1 (string): Unexpected type\n");
+    expect_exit(
+        zolt({"call", "syslog.config.server.set", R"({"Mode":1,"Address":"","Level":"error"})"}), 2,
+        "zolt: syslog.config.server.set: argument 1 (zolt_appl_syslog_server_conf_t): Unexpected "
+        "type\n");
+    expect_exit(
+        zolt({"call", "mac.config.fdb.static.del", "1", "02:00:00"}), 2,
+        "zolt: mac.config.fdb.static.del: argument 2 (zolt_mac_t): Mac address is invalid\n");
+    expect_exit(zolt({"call", "--overload", "3", "port.config.get"}), 2,
+                "zolt: port.config.get: there is no overload 3 (it has 2)\n");
+    expect_exit(zolt({"call", "--overload", "1", "port.config.get"}), 2,
+                "zolt: port.config.get: overload 1 takes 1 arguments, not 0\n");
+    expect_exit(run_in_process({"call", "port.config.get"}), 2,
+                "zolt: no switch given: use --url URL or set ZOLT_URL\n");
+    for (const std::vector<std::string>& args :
+         {std::vector<std::string>{"frobnicate"}, {"--output", "yaml", "methods"}}) {
+        const Result r = zolt(args);
+        EXPECT_EQ(r.status, 2);
+        EXPECT_EQ(r.err.rfind("zolt: ", 0), 0u) << r.err;
+    }
+}
+
 TEST_F(Cli, EditWritesNothingWhenAFieldIsRefused) {
     const std::string before = zolt({"call", "port.config.get", "Gi 1/5"}).out;
     // The first field is fine, the second does not decode: nothing is written.
-    Result r = zolt({"edit", "port.config", "Gi 1/5", "MTU=9000", "Speed=warp"});
-    EXPECT_EQ(r.status, 2);
-    EXPECT_EQ(r.err,
-              "zolt: port.config: field Speed (zolt_appl_port_speed_t): out-of-range-enum\n");
-    r = zolt({"edit", "port.config", "Gi 1/5", "MTU=x"});
-    EXPECT_EQ(r.status, 2);
-    EXPECT_EQ(r.err, "zolt: port.config: field MTU (u32): Unexpected type\n");
-    r = zolt({"edit", "port.config", "Gi 1/5", "MTU=9000", "Mtu=1"});
-    EXPECT_EQ(r.status, 2);
-    EXPECT_EQ(r.err,
-              "zolt: port.config: zolt_appl_port_mib_conf_t has no field \"Mtu\"; its fields: "
-              "Shutdown, Speed, AdvertiseDisabled, MediaType, FC, MTU, ExcessiveRestart, PFC, "
-              "FrameLengthCheck\n");
+    expect_exit(zolt({"edit", "port.config", "Gi 1/5", "MTU=9000", "Speed=warp"}), 2,
+                "zolt: port.config: field Speed (zolt_appl_port_speed_t): out-of-range-enum\n");
+    expect_exit(zolt({"edit", "port.config", "Gi 1/5", "MTU=x"}), 2,
+                "zolt: port.config: field MTU (u32): Unexpected type\n");
+    expect_exit(zolt({"edit", "port.config", "Gi 1/5", "MTU=9000", "Mtu=1"}), 2,
+                "zolt: port.config: zolt_appl_port_mib_conf_t has no field \"Mtu\"; its fields: "
+                "Shutdown, Speed, AdvertiseDisabled, MediaType, FC, MTU, ExcessiveRestart, PFC, "
+                "FrameLengthCheck\n");
     EXPECT_EQ(zolt({"call", "port.config.get", "Gi 1/5"}).out, before);
-
+    expect_exit(zolt({"edit", "port.config", "Gi 1/5"}), 2,
+                "zolt: port.config: no FIELD=VALUE given\n");
+    expect_exit(zolt({"edit", "port.config", "MTU=1"}), 2,
+                "zolt: port.config: its rows take 1 keys, not 0\n");
     // A row the switch does not have: the get's code, and no set.
-    r = zolt({"edit", "port.config", "Gi 9/9", "MTU=9000"});
-    EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(r.err, "zolt: port.config.get: the switch answered error code 1\n");
-
-    r = zolt({"edit", "port.config", "Gi 1/5"});
-    EXPECT_EQ(r.status, 2);
-    EXPECT_EQ(r.err, "zolt: port.config: no FIELD=VALUE given\n");
-    r = zolt({"edit", "port.config", "MTU=1"});
-    EXPECT_EQ(r.status, 2);
-    EXPECT_EQ(r.err, "zolt: port.config: its rows take 1 keys, not 0\n");
-}
-
-// --- exit statuses and messages ----------------------------------------------------------------
-
-TEST_F(Cli, UsageErrorsExitWithTwoAndNameTheMethod) {
-    Result r = zolt({"frobnicate"});
-    EXPECT_EQ(r.status, 2);
-    EXPECT_EQ(r.err.rfind("zolt: ", 0), 0u) << r.err;
-    r = zolt({"call", "port.nothing.get"});
-    EXPECT_EQ(r.status, 2);
-    EXPECT_EQ(r.err, "zolt: unknown method \"port.nothing.get\" (see zolt methods)\n");
-    r = zolt({"call", "port.config.get", "Gi 1/1", "Gi 1/2"});
-    EXPECT_EQ(r.status, 2);
-    EXPECT_EQ(r.err, "zolt: port.config.get: no overload takes 2 arguments (it takes 0 or 1)\n");
-    // A key that is no string, a record member of the wrong type, a MAC that is not one.
-    r = zolt({"call", "port.config.get", "7"});
-    EXPECT_EQ(r.status, 2);
-    EXPECT_EQ(r.err, "zolt: port.config.get: argument 1 (string): Unexpected type\n");
-    r = zolt({"call", "syslog.config.server.set", R"({"Mode":1,"Address":"","Level":"error"})"});
-    EXPECT_EQ(r.status, 2);
-    EXPECT_EQ(r.err,
-              "zolt: syslog.config.server.set: argument 1 (zolt_appl_syslog_server_conf_t): "
-              "Unexpected type\n");
-    r = zolt({"call", "mac.config.fdb.static.del", "1", "02:00:00"});
-    EXPECT_EQ(r.status, 2);
-    EXPECT_EQ(r.err,
-              "zolt: mac.config.fdb.static.del: argument 2 (zolt_mac_t): Mac address is invalid\n");
-    r = zolt({"--output", "yaml", "methods"});
-    EXPECT_EQ(r.status, 2);
-    r = zolt({"call", "--overload", "3", "port.config.get"});
-    EXPECT_EQ(r.status, 2);
-    EXPECT_EQ(r.err, "zolt: port.config.get: there is no overload 3 (it has 2)\n");
-    r = zolt({"call", "--overload", "1", "port.config.get"});
-    EXPECT_EQ(r.status, 2);
-    EXPECT_EQ(r.err, "zolt: port.config.get: overload 1 takes 1 arguments, not 0\n");
-    r = run_in_process({"call", "port.config.get"});
-    EXPECT_EQ(r.status, 2);
-    EXPECT_EQ(r.err, "zolt: no switch given: use --url URL or set ZOLT_URL\n");
+    expect_exit(zolt({"edit", "port.config", "Gi 9/9", "MTU=9000"}), 1,
+                "zolt: port.config.get: the switch answered error code 1\n");
 }
 
 TEST_F(Cli, VersionBlindOverloadsTakeTheFirstThatDecodesOrTheOneNamed) {
@@ -442,38 +355,22 @@ TEST_F(Cli, VersionBlindOverloadsTakeTheFirstThatDecodesOrTheOneNamed) {
 
 TEST(CliClient, ClientFailuresExitWithThreeAndTheLibrarysText) {
     zolt_test::TestServer server;
+    const std::vector<std::string> get = {"--url", server.url(), "call", "port.config.get",
+                                          "Gi 1/1"};
     server.respond(200, "<html>not json</html>");
-    Result r = run_in_process({"--url", server.url(), "call", "port.config.get", "Gi 1/1"});
-    EXPECT_EQ(r.status, 3);
-    EXPECT_EQ(r.err, "zolt: Failed to parse! (HTTP status 200, body: <html>not json</html>)\n");
+    expect_exit(run_in_process(get), 3,
+                "zolt: Failed to parse! (HTTP status 200, body: <html>not json</html>)\n");
     server.respond(404, "gone");
-    r = run_in_process({"--url", server.url(), "call", "port.config.get", "Gi 1/1"});
-    EXPECT_EQ(r.status, 3);
-    EXPECT_EQ(r.err, "zolt: Network error, return code: 404 (HTTP status 404)\n");
-    server.respond_result("7");
-    r = run_in_process({"--url", server.url(), "call", "port.config.get"});
-    EXPECT_EQ(r.status, 3);
-    EXPECT_EQ(r.err,
-              "zolt: Result is not an array (HTTP status 200, body: "
-              "{\"id\":\"jsonrpc\",\"error\":null,\"result\":7})\n");
+    expect_exit(run_in_process(get), 3,
+                "zolt: Network error, return code: 404 (HTTP status 404)\n");
     // An error without an integer code.
     server.respond_error(R"("busy")");
-    r = run_in_process({"--url", server.url(), "call", "port.config.get", "Gi 1/1"});
-    EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(r.err, "zolt: port.config.get: the switch answered error code -1\n");
-
-    // The request is the library's own: the chief header's envelope, JSON content type, Basic
-    // authentication with the account given.
-    server.respond_error(R"({"code":4})");
-    r = run_in_process({"--url", server.url(), "--user", "ops", "--password", "pw", "call",
-                        "port.config.get", "Gi 1/1"});
-    EXPECT_EQ(r.status, 1);
-    const zolt_test::Request request = server.last();
-    EXPECT_EQ(request.body,
-              "{\n   \"id\" : \"jsonrpc\",\n   \"method\" : \"port.config.get\",\n"
-              "   \"params\" : [ \"Gi 1/1\" ]\n}\n");
-    EXPECT_EQ(request.content_type, "application/json");
-    EXPECT_EQ(request.authorization, "Basic b3BzOnB3");  // ops:pw
+    expect_exit(run_in_process(get), 1,
+                "zolt: port.config.get: the switch answered error code -1\n");
+    // The account given is the one sent.
+    run_in_process({"--url", server.url(), "--user", "ops", "--password", "pw", "call",
+                    "port.config.get", "Gi 1/1"});
+    EXPECT_EQ(server.last().authorization, "Basic b3BzOnB3");  // ops:pw
 
     // Nothing listens on a port that was just closed.
     std::string closed_url;
@@ -481,9 +378,8 @@ TEST(CliClient, ClientFailuresExitWithThreeAndTheLibrarysText) {
         zolt_test::TestServer gone;
         closed_url = gone.url();
     }
-    r = run_in_process({"--url", closed_url, "call", "port.config.get", "Gi 1/1"});
-    EXPECT_EQ(r.status, 3);
-    EXPECT_EQ(r.err, "zolt: Post error (Couldn't connect to server)\n");
+    expect_exit(run_in_process({"--url", closed_url, "call", "port.config.get", "Gi 1/1"}), 3,
+                "zolt: Post error (Couldn't connect to server)\n");
 }
 
 // --- the program itself -----------------------------------------------------------------------
@@ -498,9 +394,9 @@ TEST_F(Cli, TheProgramTakesItsConnectionFromTheEnvironment) {
     EXPECT_EQ(r.err, "");
 
     // A flag wins over the environment.
-    r = run_process({program, "--password", "wrong", "call", "port.config.get", "Gi 1/1"}, env);
-    EXPECT_EQ(r.status, 3);
-    EXPECT_EQ(r.err, "zolt: Network error, return code: 401 (HTTP status 401)\n");
+    expect_exit(
+        run_process({program, "--password", "wrong", "call", "port.config.get", "Gi 1/1"}, env), 3,
+        "zolt: Network error, return code: 401 (HTTP status 401)\n");
     r = run_process({program, "call", "port.config.get", "Gi 1/1"},
                     {"ZOLT_URL=" + sim.url(), "ZOLT_USER=admin", "ZOLT_PASSWORD=nope"});
     EXPECT_EQ(r.status, 3);
@@ -509,8 +405,7 @@ TEST_F(Cli, TheProgramTakesItsConnectionFromTheEnvironment) {
     EXPECT_EQ(r.status, 2) << r.err;
 
     r = run_process({program, "call", "port.config.get", "Gi 9/9"}, env);
-    EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(r.err, "zolt: port.config.get: the switch answered error code 1\n");
+    expect_exit(r, 1, "zolt: port.config.get: the switch answered error code 1\n");
     EXPECT_EQ(r.out, "");
 
     r = run_process({program, "--help"}, {});
