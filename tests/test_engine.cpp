@@ -5,7 +5,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <map>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -100,107 +99,6 @@ TEST_F(Engine, LongOrNonAsciiTextIsWrittenTheStyledWay) {
     // Quotes and control characters are escaped, and so is everything outside ASCII.
     EXPECT_EQ(posted("m", std::string("a\"b\\c\td\xC3\xBC")),
               request_text("m", R"([ "a\"b\\c\td\u00fc" ])"));
-}
-
-// The worked examples of the wire form, through the typed functions that send them.
-
-TEST_F(Engine, WorkedExampleAggregationModeSet) {
-    zolt_aggr_mode_t mode{};
-    mode.SmacAddr = true;
-    mode.SourceAndDestinationIpAddr = true;
-    mode.TcpOrUdpSportAndDportNo = true;
-    server.respond_result("null");
-    EXPECT_EQ(zolt_aggregation_config_mode_set(handle(), mode), 0);
-    EXPECT_EQ(server.last().body, R"({
-   "id" : "jsonrpc",
-   "method" : "aggregation.config.mode.set",
-   "params" : [
-      {
-         "DmacAddr" : false,
-         "SmacAddr" : true,
-         "SourceAndDestinationIpAddr" : true,
-         "TcpOrUdpSportAndDportNo" : true
-      }
-   ]
-}
-)");
-}
-
-TEST_F(Engine, WorkedExamplePortConfigGet) {
-    zolt_appl_port_mib_conf_t conf{};
-    std::map<std::string, zolt_appl_port_mib_conf_t> table;
-    server.respond_error(R"({"code":7,"message":"no such entry"})");
-    EXPECT_EQ(zolt_port_config_get(handle(), "Gi 1/1", &conf), 7);
-    EXPECT_EQ(server.last().body, R"({
-   "id" : "jsonrpc",
-   "method" : "port.config.get",
-   "params" : [ "Gi 1/1" ]
-}
-)");
-    EXPECT_EQ(zolt_port_config_get(handle(), &table), 7);
-    EXPECT_EQ(server.last().body, R"({
-   "id" : "jsonrpc",
-   "method" : "port.config.get",
-   "params" : []
-}
-)");
-}
-
-TEST_F(Engine, WorkedExampleVlanInterfaceSet) {
-    zolt_appl_vlan_port_conf_t conf{};
-    conf.Mode = zolt_appl_vlan_port_mode_trunk;
-    conf.AccessVlan = 1;
-    conf.TrunkNativeVlan = 1;
-    conf.TrunkVlans = {1, 10, 20};
-    conf.HybridPortType = zolt_appl_vlan_port_type_c;
-    conf.HybridIngressFiltering = true;
-    conf.HybridIngressAcceptance = zolt_vlan_frame_all;
-    conf.HybridEgressTagging = zolt_appl_vlan_tx_tag_type_untagThis;
-    conf.HybridNativeVlan = 1;
-    conf.HybridVlans = {1};
-    server.respond_result("null");
-    EXPECT_EQ(zolt_vlan_config_interface_set(handle(), "Gi 1/1", conf), 0);
-    EXPECT_EQ(server.last().body, R"({
-   "id" : "jsonrpc",
-   "method" : "vlan.config.interface.set",
-   "params" : [
-      "Gi 1/1",
-      {
-         "AccessVlan" : 1,
-         "ForbiddenVlans" : [],
-         "HybridEgressTagging" : "untagThis",
-         "HybridIngressAcceptance" : "all",
-         "HybridIngressFiltering" : true,
-         "HybridNativeVlan" : 1,
-         "HybridPortType" : "c",
-         "HybridVlans" : [ 1 ],
-         "Mode" : "trunk",
-         "TrunkNativeVlan" : 1,
-         "TrunkTagNativeVlan" : false,
-         "TrunkVlans" : [ 1, 10, 20 ]
-      }
-   ]
-}
-)");
-}
-
-TEST_F(Engine, WorkedExampleMacStaticAdd) {
-    zolt_appl_mac_stack_addr_entry_conf_t conf{};
-    conf.PortList = {"Gi 1/1", "Gi 1/2"};
-    server.respond_result("null");
-    EXPECT_EQ(zolt_mac_config_fdb_static_add(handle(), 1, kMac, conf), 0);
-    EXPECT_EQ(server.last().body, R"({
-   "id" : "jsonrpc",
-   "method" : "mac.config.fdb.static.add",
-   "params" : [
-      1,
-      "00:1F:A2:0B:3C:D4",
-      {
-         "PortList" : [ "Gi 1/1", "Gi 1/2" ]
-      }
-   ]
-}
-)");
 }
 
 TEST_F(Engine, AnArgumentThatCannotBeEncodedStopsTheCallBeforeThePost) {
