@@ -3,6 +3,7 @@
 deterministic. Run: python3 tests/test_zoltgen.py"""
 
 import os
+import re
 import subprocess
 import sys
 import tempfile
@@ -52,77 +53,6 @@ def run(files, *args):
         return proc, produced
 
 
-class Refusals(unittest.TestCase):
-    def refused(self, text, where, message, extra=None):
-        files = {"ports/demo.schema": text}
-        files.update(extra or {})
-        proc, produced = run(files)
-        self.assertEqual(proc.returncode, 1, proc.stderr)
-        self.assertEqual(proc.stderr.count("\n"), 1, proc.stderr)
-        self.assertIn(f"schema/{where}: ", proc.stderr)
-        self.assertIn(message, proc.stderr)
-        self.assertFalse(produced, "nothing is written when a schema is refused")
-
-    def test_unknown_field_type(self):
-        self.refused(GOOD.replace('"Enabled"   bool', '"Enabled"   boolean'),
-                     "ports/demo.schema:4", "unknown type 'boolean'")
-
-    def test_unknown_argument_type(self):
-        self.refused(GOOD.replace("string, zolt_demo_conf_t     -> -", "string, zolt_nope_t -> -"),
-                     "ports/demo.schema:18", "unknown type 'zolt_nope_t'")
-
-    def test_duplicate_key(self):
-        self.refused(GOOD.replace('"Speed"     zolt_demo_speed_t',
-                                  '"Speed"     zolt_demo_speed_t\n    "Enabled" u8'),
-                     "ports/demo.schema:6", 'key "Enabled" appears twice')
-
-    def test_duplicate_enumeration_value_and_text(self):
-        self.refused(GOOD.replace('5   "fast"', '0   "fast"'), "ports/demo.schema:10",
-                     "value 0 appears twice")
-        self.refused(GOOD.replace('5   "fast"', '5   "slow"'), "ports/demo.schema:10",
-                     'text "slow" appears twice')
-
-    def test_duplicate_overload(self):
-        self.refused(GOOD + '    "demo.config.get"   string -> zolt_demo_conf_t\n',
-                     "ports/demo.schema:19", "duplicate overload of zolt_demo_config_get")
-
-    def test_duplicate_type_across_families(self):
-        other = 'family other\n\nenum zolt_demo_speed_t\n    0 "x"\n'
-        self.refused(GOOD, "ports/other.schema:3", "type 'zolt_demo_speed_t' is declared again",
-                     {"ports/other.schema": other})
-
-    def test_foreign_type_without_use(self):
-        other = ('family other\n\nmethods\n'
-                 '    "other.mode.get"  -  -> zolt_demo_speed_t\n')
-        self.refused(GOOD, "ports/other.schema:4", "add 'use demo'", {"ports/other.schema": other})
-
-    def test_wrong_passing(self):
-        self.refused(GOOD.replace('"demo.config.get"   string   ', '"demo.config.get"   int const&'),
-                     "ports/demo.schema:16", "passed by value")
-
-    def test_method_outside_its_family(self):
-        self.refused(GOOD.replace('"demo.config.set"', '"port.config.set"'),
-                     "ports/demo.schema:18", "does not belong to family")
-
-    def test_shape_needs_a_verb(self):
-        self.refused(GOOD.replace('"demo.config.set"', '"demo.config.apply"'),
-                     "ports/demo.schema:18", "must end in .set, .add, .del or .get")
-
-    def test_opaque_is_an_output_only(self):
-        opaque = GOOD.replace("methods\n", "opaque zolt_demo_blob_t\n\nmethods\n")
-        self.refused(opaque.replace('"Enabled"   bool', '"Enabled"   zolt_demo_blob_t'),
-                     "ports/demo.schema:4", "opaque and cannot be a record field")
-        self.refused(opaque.replace("string, zolt_demo_conf_t     -> -",
-                                    "string, zolt_demo_blob_t     -> -"),
-                     "ports/demo.schema:20", "cannot be an argument")
-
-    def test_get_all_takes_no_arguments(self):
-        self.refused(GOOD.replace("-                            -> map",
-                                  "string                       -> map"),
-                     "ports/demo.schema:17", "takes no arguments")
-
-
-
 TABLED = """\
 family demo
 
@@ -151,8 +81,109 @@ methods
 """
 
 
-class TableRefusals(Refusals):
-    """Every method fits a table the schema states; the key count comes from the table."""
+OPAQUE = GOOD.replace("methods\n", "opaque zolt_demo_blob_t\n\nmethods\n")
+
+# The bad schemas: a line naming the schema a case starts from, where it is refused and words of
+# the message, then its indented edits: `OLD  =>  NEW` puts NEW for OLD, `add:` adds a method
+# line, `drop:` takes one away, `file NAME:` adds a second schema file (\n is a new line).
+REFUSALS = r"""
+GOOD ports/demo.schema:4: unknown type 'boolean'
+    "Enabled"   bool  =>  "Enabled"   boolean
+GOOD ports/demo.schema:18: unknown type 'zolt_nope_t'
+    string, zolt_demo_conf_t     -> -  =>  string, zolt_nope_t -> -
+GOOD ports/demo.schema:6: key "Enabled" appears twice
+    "Speed"     zolt_demo_speed_t  =>  "Speed"     zolt_demo_speed_t\n    "Enabled" u8
+GOOD ports/demo.schema:10: value 0 appears twice
+    5   "fast"  =>  0   "fast"
+GOOD ports/demo.schema:10: text "slow" appears twice
+    5   "fast"  =>  5   "slow"
+GOOD ports/demo.schema:19: duplicate overload of zolt_demo_config_get
+    add: "demo.config.get"   string -> zolt_demo_conf_t
+GOOD ports/other.schema:3: type 'zolt_demo_speed_t' is declared again
+    file ports/other.schema: family other\n\nenum zolt_demo_speed_t\n    0 "x"\n
+GOOD ports/other.schema:4: add 'use demo'
+    file ports/other.schema: family other\n\nmethods\n    "other.mode.get"  -  -> zolt_demo_speed_t\n
+GOOD ports/demo.schema:16: passed by value
+    "demo.config.get"   string  =>  "demo.config.get"   int const&
+GOOD ports/demo.schema:18: does not belong to family
+    "demo.config.set"  =>  "port.config.set"
+GOOD ports/demo.schema:18: must end in .set, .add, .del or .get
+    "demo.config.set"  =>  "demo.config.apply"
+OPAQUE ports/demo.schema:4: opaque and cannot be a record field
+    "Enabled"   bool  =>  "Enabled"   zolt_demo_blob_t
+OPAQUE ports/demo.schema:20: cannot be an argument
+    string, zolt_demo_conf_t     -> -  =>  string, zolt_demo_blob_t     -> -
+GOOD ports/demo.schema:17: takes no arguments
+    -                            -> map  =>  string                       -> map
+TABLED ports/demo.schema:25: table "demo.other", which the tables block does not declare
+    add: "demo.other.get"   -   -> zolt_demo_conf_t
+TABLED ports/demo.schema:11: table "demo.global" is used by no method
+    drop: "demo.global.get"   -                            -> zolt_demo_conf_t
+TABLED ports/demo.schema:21: key members (unsigned short, zolt_mac_t) then one value
+    "demo.pair.set"     unsigned short const&, zolt_mac_t,  =>  "demo.pair.set"     zolt_mac_t,
+TABLED ports/demo.schema:18: one of its values (zolt_demo_conf_t)
+    string, zolt_demo_conf_t     -> -  =>  string, zolt_demo_row_t -> -
+TABLED ports/demo.schema:20: the map's key must be its key members
+    map<tuple<unsigned short, zolt_mac_t>  =>  map<tuple<int, zolt_mac_t>
+TABLED ports/demo.schema:16: the arguments must be its key members (std::string)
+    "demo.config.get"   string  =>  "demo.config.get"   int
+TABLED ports/demo.schema:19: reads a singleton
+    "demo.global"       -  =>  "demo.global"       string
+TABLED ports/demo.schema:23: key-only table is written with its key members
+    "demo.members.add"  string, int  =>  "demo.members.add"  string, int, bool
+TABLED ports/demo.schema:11: 'per-port' needs a table keyed by exactly one string
+    -> zolt_demo_conf_t\n    "demo.pair"  =>  -> zolt_demo_conf_t  per-port\n    "demo.pair"
+TABLED ports/demo.schema:25: marked per-port
+    add: "demo.config.add"   string, zolt_demo_conf_t  -> -
+TABLED ports/demo.schema:10: unknown marker 'per-vlan'
+    zolt_demo_conf_t    per-port  =>  zolt_demo_conf_t    per-vlan
+TABLED ports/demo.schema:11: table "demo.config" is declared again (first at line 10)
+    "demo.global"       -  =>  "demo.config"       -
+TABLED ports/demo.schema:13: without const&
+    "demo.members"      string, int  =>  "demo.members"      string const&, int
+TABLED ports/demo.schema:13: table "other.members" does not belong to family "demo"
+    "demo.members"      string  =>  "other.members"     string
+TABLED ports/demo.schema:13: 'unsigned char' cannot be a table value
+    -> tuple<>  =>  -> unsigned char
+"""
+
+
+def refusals():
+    """(files, where, message) of each case of REFUSALS."""
+    bases = {"GOOD": GOOD, "TABLED": TABLED, "OPAQUE": OPAQUE}
+    for case in re.split(r"\n(?=\S)", REFUSALS.strip()):
+        head, *edits = case.split("\n")
+        base, rest = head.split(" ", 1)
+        where, message = rest.split(": ", 1)
+        files = {"ports/demo.schema": bases[base]}
+        for edit in edits:
+            edit = edit.strip().replace("\\n", "\n")
+            if edit.startswith("add: "):
+                files["ports/demo.schema"] += "    " + edit[5:] + "\n"
+            elif edit.startswith("drop: "):
+                line = "    " + edit[6:] + "\n"
+                assert line in files["ports/demo.schema"], line
+                files["ports/demo.schema"] = files["ports/demo.schema"].replace(line, "")
+            elif edit.startswith("file "):
+                name, text = edit[5:].split(": ", 1)
+                files[name] = text
+            else:
+                old, new = edit.split("  =>  ")
+                assert files["ports/demo.schema"].count(old) == 1, old
+                files["ports/demo.schema"] = files["ports/demo.schema"].replace(old, new)
+        yield files, where, message
+
+
+class Refusals(unittest.TestCase):
+    def test_each_bad_schema_is_refused_with_one_line_naming_file_and_line(self):
+        for files, where, message in refusals():
+            with self.subTest(message=message):
+                proc, produced = run(files)
+                self.assertEqual(proc.returncode, 1, proc.stderr)
+                self.assertEqual(proc.stderr.count("\n"), 1, proc.stderr)
+                self.assertIn(f"schema/{where}: ", proc.stderr)
+                self.assertIn(message, proc.stderr)
+                self.assertFalse(produced, "nothing is written when a schema is refused")
 
     def test_tabled_schema_is_accepted(self):
         proc, produced = run({"ports/demo.schema": TABLED})
@@ -160,69 +191,6 @@ class TableRefusals(Refusals):
         # The key-only add sends its two key members and no value.
         self.assertIn("int zolt_demo_members_add(void* handle, const std::string& key1, int key2)",
                       " ".join(produced["schema/ports/demo.cpp"].split()))
-
-    def test_method_without_a_table(self):
-        self.refused(TABLED + '    "demo.other.get"   -   -> zolt_demo_conf_t\n',
-                     "ports/demo.schema:25", 'table "demo.other", which the tables block does not declare')
-
-    def test_table_without_a_method(self):
-        self.refused(TABLED.replace('    "demo.global.get"   -                            -> zolt_demo_conf_t\n', ""),
-                     "ports/demo.schema:11", 'table "demo.global" is used by no method')
-
-    def test_set_missing_a_key_member(self):
-        self.refused(TABLED.replace('"demo.pair.set"     unsigned short const&, zolt_mac_t,',
-                                    '"demo.pair.set"     zolt_mac_t,'),
-                     "ports/demo.schema:21", "key members (unsigned short, zolt_mac_t) then one value")
-
-    def test_set_of_a_value_the_table_does_not_hold(self):
-        self.refused(TABLED.replace("string, zolt_demo_conf_t     -> -", "string, zolt_demo_row_t -> -"),
-                     "ports/demo.schema:18", "one of its values (zolt_demo_conf_t)")
-
-    def test_get_all_with_the_wrong_key(self):
-        self.refused(TABLED.replace("map<tuple<unsigned short, zolt_mac_t>", "map<tuple<int, zolt_mac_t>"),
-                     "ports/demo.schema:20", "the map's key must be its key members")
-
-    def test_keyed_get_with_the_wrong_arguments(self):
-        self.refused(TABLED.replace('"demo.config.get"   string    ', '"demo.config.get"   int       '),
-                     "ports/demo.schema:16", "the arguments must be its key members (std::string)")
-
-    def test_singleton_get_of_a_keyed_table(self):
-        self.refused(TABLED.replace('"demo.global"       -      ', '"demo.global"       string '),
-                     "ports/demo.schema:19", "reads a singleton")
-
-    def test_key_only_table_written_with_a_value(self):
-        self.refused(TABLED.replace('"demo.members.add"  string, int', '"demo.members.add"  string, int, bool'),
-                     "ports/demo.schema:23", "key-only table is written with its key members")
-
-    def test_per_port_needs_one_string_key(self):
-        self.refused(TABLED.replace('"demo.global"       -                            -> zolt_demo_conf_t',
-                                    '"demo.global"       -                            -> zolt_demo_conf_t  per-port'),
-                     "ports/demo.schema:11", "'per-port' needs a table keyed by exactly one string")
-
-    def test_per_port_table_has_no_add(self):
-        self.refused(TABLED + '    "demo.config.add"   string, zolt_demo_conf_t  -> -\n',
-                     "ports/demo.schema:25", "marked per-port")
-
-    def test_unknown_marker(self):
-        self.refused(TABLED.replace("zolt_demo_conf_t    per-port", "zolt_demo_conf_t    per-vlan"),
-                     "ports/demo.schema:10", "unknown marker 'per-vlan'")
-
-    def test_table_declared_twice(self):
-        self.refused(TABLED.replace('    "demo.global"       -     ',
-                                    '    "demo.config"       -     '),
-                     "ports/demo.schema:11", 'table "demo.config" is declared again (first at line 10)')
-
-    def test_key_member_with_const_ref(self):
-        self.refused(TABLED.replace('"demo.members"      string, int', '"demo.members"      string const&, int'),
-                     "ports/demo.schema:13", "without const&")
-
-    def test_table_of_another_family(self):
-        self.refused(TABLED.replace('"demo.members"      string', '"other.members"     string'),
-                     "ports/demo.schema:13", 'table "other.members" does not belong to family "demo"')
-
-    def test_value_that_cannot_be_held(self):
-        self.refused(TABLED.replace("-> tuple<>", "-> unsigned char"),
-                     "ports/demo.schema:13", "'unsigned char' cannot be a table value")
 
 
 class Output(unittest.TestCase):
@@ -413,7 +381,6 @@ class Compiles(unittest.TestCase):
             # The build writes client/version.h from its template; do the same here.
             template = os.path.join(ROOT, "cmake", "version.h.in")
             if os.path.exists(template):
-                import re
                 with open(template) as f:
                     version = re.sub(r"@PROJECT_VERSION[A-Z_]*@", "0", f.read())
                 os.makedirs(os.path.join(out, "client"), exist_ok=True)
