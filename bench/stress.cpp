@@ -9,8 +9,6 @@
 //                                         trickle unfinished requests and IDLE ones say nothing;
 //                                         every call must be answered within a second
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -18,7 +16,6 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -32,6 +29,7 @@
 
 #include "client/zoltclient.h"
 #include "sim/simulator.h"
+#include "tests/support/loopback.h"
 
 namespace {
 
@@ -189,20 +187,6 @@ int soak(long calls) {
     return faults == 0 && growth <= allowed_growth_kb ? 0 : 1;
 }
 
-int connect_to(int port) {
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    if (fd < 0) return -1;
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(static_cast<std::uint16_t>(port));
-    if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-        close(fd);
-        return -1;
-    }
-    return fd;
-}
-
 int idle(int slow_count, int idle_count, long calls) {
     // Both ends of every held connection live in this process.
     rlimit files{};
@@ -225,14 +209,11 @@ int idle(int slow_count, int idle_count, long calls) {
             std::this_thread::sleep_for(std::chrono::milliseconds(200));
         }
     });
-    const std::string start_of_request = "POST / HTTP/1.1\r\nHost: 127.0.0.1\r\nX-Slow: ";
     int failed_connects = 0;
     for (int i = 0; i < slow_count; ++i) {
-        const int fd = connect_to(port);
-        if (fd < 0 ||
-            send(fd, start_of_request.data(), start_of_request.size(), MSG_NOSIGNAL) < 0) {
+        const int fd = zolt_test::connect_loopback(port, zolt_test::kUnfinishedRequest);
+        if (fd < 0) {
             ++failed_connects;
-            if (fd >= 0) close(fd);
             continue;
         }
         std::lock_guard<std::mutex> lock(mutex);
@@ -240,7 +221,7 @@ int idle(int slow_count, int idle_count, long calls) {
     }
     std::vector<int> idle_fds;
     for (int i = 0; i < idle_count; ++i) {
-        const int fd = connect_to(port);
+        const int fd = zolt_test::connect_loopback(port);
         if (fd < 0) {
             ++failed_connects;
             continue;

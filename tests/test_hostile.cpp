@@ -2,11 +2,9 @@
 // in their own ways reach the caller as the library's documented exceptions, with nothing
 // leaked; and the simulator keeps answering while idle and slow clients hold connections.
 
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <json/json.h>
 #include <malloc.h>
-#include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -14,7 +12,6 @@
 #include <atomic>
 #include <chrono>
 #include <cstddef>
-#include <cstdint>
 #include <map>
 #include <mutex>
 #include <stdexcept>
@@ -28,6 +25,7 @@
 #include "codec/table.h"
 #include "sim/simulator.h"
 #include "support/expect.h"
+#include "support/loopback.h"
 #include "support/test_server.h"
 
 using zolt_test::ClientTest;
@@ -89,15 +87,6 @@ TEST_F(HostileAnswer, NestingBeyondTheReadersLimitFailsToParse) {
             << body.substr(0, 40);
         expect_next_call_works();
     }
-}
-
-TEST_F(HostileAnswer, NestingBeyondTheLimitThroughATypedFunction) {
-    zolt_appl_port_mib_conf_t conf{};
-    conf.MTU = 1500;
-    server.respond(500, std::string(100000, '['));
-    EXPECT_THROW_EXACT(zolt_port_config_get(handle(), "Gi 1/1", &conf), std::runtime_error,
-                       "Failed to parse!");
-    EXPECT_EQ(conf.MTU, 1500u) << "nothing decoded";
 }
 
 TEST_F(HostileAnswer, AnAnswerThatFailsToParseIsReleased) {
@@ -201,22 +190,6 @@ TEST_F(HostileAnswer, ARecordOrRowThatIsNoObjectIsALogicError) {
 
 namespace {
 
-// A TCP connection to 127.0.0.1:port that sends `text` and then nothing more.
-int hold_connection(int port, const std::string& text) {
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    if (fd < 0) return -1;
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(static_cast<std::uint16_t>(port));
-    if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-        (!text.empty() && send(fd, text.data(), text.size(), MSG_NOSIGNAL) < 0)) {
-        close(fd);
-        return -1;
-    }
-    return fd;
-}
-
 // True while the peer has neither answered nor closed the connection.
 bool still_waiting(int fd) {
     pollfd ready{fd, POLLIN, 0};
@@ -235,7 +208,7 @@ public:
     }
 
     bool add(int port) {
-        const int fd = hold_connection(port, "POST / HTTP/1.1\r\nHost: 127.0.0.1\r\nX-Slow: ");
+        const int fd = zolt_test::connect_loopback(port, zolt_test::kUnfinishedRequest);
         if (fd < 0) return false;
         std::lock_guard<std::mutex> lock(mutex_);
         fds_.push_back(fd);
@@ -279,7 +252,7 @@ TEST(SimulatorUnderLoad, AnswersAtOnceWhileIdleAndSlowClientsHoldConnections) {
     for (int i = 0; i < 64; ++i) ASSERT_TRUE(slow.add(port)) << "slow connection " << i;
     std::vector<int> idle;
     for (int i = 0; i < 16; ++i) {
-        idle.push_back(hold_connection(port, ""));
+        idle.push_back(zolt_test::connect_loopback(port));
         ASSERT_GE(idle.back(), 0) << "idle connection " << i;
     }
 
