@@ -25,63 +25,40 @@ void expect_runtime_error(const Json::Value& value, T& target, const char* what)
     }
 }
 
-const char* kNotObject = "in Json::Value::find(key, end, found): requires objectValue or nullValue";
-
 // --- enumerations ------------------------------------------------------------------------------
 
-TEST(EnumerationCodec, WritesTheTextOfEveryValueIncludingPunctuation) {
+TEST(EnumerationCodec, WritesTheTextOfAValueIncludingPunctuation) {
     EXPECT_EQ(serialize(zolt_appl_sfp_tranceiver_sfp10G_DAC), Json::Value("sfp10G-DAC"));
-    EXPECT_EQ(serialize(zolt_appl_sfp_tranceiver_none), Json::Value("none"));
-    EXPECT_EQ(serialize(zolt_appl_vlan_user_dot1x), Json::Value("dot1x"));
-    EXPECT_EQ(zolt_appl_vlan_user_dot1x, 3);
 }
 
 TEST(EnumerationCodec, ValuesWithoutTextAreRefusedOnWriting) {
     for (int gap : {3, 4, 5, 6, 16, -1, 99}) {
-        try {
-            serialize(static_cast<zolt_appl_sfp_tranceiver_t>(gap));
-            FAIL() << gap;
-        } catch (const std::runtime_error& e) {
-            EXPECT_STREQ(e.what(), "out-of-range-enum");
-        }
+        EXPECT_THROW_EXACT(serialize(static_cast<zolt_appl_sfp_tranceiver_t>(gap)),
+                           std::runtime_error, "out-of-range-enum")
+            << gap;
     }
-    EXPECT_THROW(serialize(static_cast<zolt_appl_vlan_user_t>(2)), std::runtime_error);
 }
 
-TEST(EnumerationCodec, ReadsExactTextsOnly) {
+TEST(EnumerationCodec, ReadsExactTextsOnlyAndARefusalLeavesTheTargetAlone) {
     zolt_appl_sfp_tranceiver_t sfp{};
     parse(Json::Value("sfp10G-DAC"), sfp);
     EXPECT_EQ(sfp, 15);
-    parse(Json::Value("sfp1000BaseT"), sfp);
-    EXPECT_EQ(sfp, 7);
 
-    zolt_appl_port_fc_t fc = zolt_appl_port_fc_on;
-    expect_runtime_error(Json::Value("OFF"), fc, "out-of-range-enum");
-    expect_runtime_error(Json::Value("off "), fc, "out-of-range-enum");
-    expect_runtime_error(Json::Value(""), fc, "out-of-range-enum");
-    EXPECT_EQ(fc, zolt_appl_port_fc_on) << "a refused text leaves the target as it was";
-}
-
-TEST(EnumerationCodec, ANumberOrNullIsTheWrongType) {
-    zolt_appl_port_fc_t fc = zolt_appl_port_fc_on;
-    expect_runtime_error(Json::Value(1), fc, "Unexpected type");
-    expect_runtime_error(Json::Value(), fc, "Unexpected type");
-    expect_runtime_error(json("[\"on\"]"), fc, "Unexpected type");
-    EXPECT_EQ(fc, zolt_appl_port_fc_on);
-}
-
-TEST(EnumerationCodec, EnumerationsWithSimilarMeaningDoNotMix) {
-    // The configured speed and the running speed are separate sets of texts.
-    zolt_appl_port_speed_t configured{};
-    expect_runtime_error(Json::Value("s1G"), configured, "out-of-range-enum");
-    zolt_port_speed_t running{};
-    parse(Json::Value("s1G"), running);
-    EXPECT_EQ(running, zolt_port_speed_s1G);
-}
-
-TEST(EnumerationCodec, ATextWithAnEmbeddedNulDoesNotMatchItsPrefix) {
-    zolt_appl_port_fc_t fc = zolt_appl_port_fc_on;
-    expect_runtime_error(Json::Value(std::string("off\0x", 5)), fc, "out-of-range-enum");
+    const struct {
+        Json::Value value;
+        const char* what;
+    } refused[] = {{Json::Value("OFF"), "out-of-range-enum"},
+                   {Json::Value("off "), "out-of-range-enum"},
+                   {Json::Value(""), "out-of-range-enum"},
+                   {Json::Value(std::string("off\0x", 5)), "out-of-range-enum"},
+                   {Json::Value(1), "Unexpected type"},
+                   {Json::Value(), "Unexpected type"},
+                   {json("[\"on\"]"), "Unexpected type"}};
+    for (const auto& c : refused) {
+        zolt_appl_port_fc_t fc = zolt_appl_port_fc_on;
+        expect_runtime_error(c.value, fc, c.what);
+        EXPECT_EQ(fc, zolt_appl_port_fc_on) << c.value.toStyledString();
+    }
 }
 
 // --- records: writing ----------------------------------------------------------------------------
@@ -97,36 +74,10 @@ TEST(RecordCodec, WritesEveryFieldAlsoAtZeroAndEmpty) {
     EXPECT_EQ(written["TrunkTagNativeVlan"], Json::Value(false));
 }
 
-TEST(RecordCodec, NarrowUnsignedFieldsAreWrittenAsSignedIntegers) {
-    zolt_appl_port_mib_conf_t conf{};
-    conf.AdvertiseDisabled = 255;
-    conf.MTU = 4000000000u;
-    const Json::Value written = serialize(conf);
-    EXPECT_EQ(written["AdvertiseDisabled"].type(), Json::intValue);
-    EXPECT_EQ(written["AdvertiseDisabled"].asInt(), 255);
-    EXPECT_EQ(written["MTU"].type(), Json::uintValue);
-    EXPECT_EQ(written["MTU"].asUInt(), 4000000000u);
-}
-
 TEST(RecordCodec, AnEnumerationOutOfRangeInARecordFailsTheWholeWrite) {
     zolt_appl_port_mib_conf_t conf{};
     conf.Speed = static_cast<zolt_appl_port_speed_t>(99);
-    try {
-        serialize(conf);
-        FAIL();
-    } catch (const std::runtime_error& e) {
-        EXPECT_STREQ(e.what(), "out-of-range-enum");
-    }
-}
-
-TEST(RecordCodec, ByteListsAndVlanListsKeepTheirWireForms) {
-    zolt_appl_voice_vlan_oui_index_t index{};
-    index.Prefix = {0x00, 0x1f, 0xA2};
-    EXPECT_EQ(serialize(index)["Prefix"], Json::Value("001fa2"));
-
-    zolt_appl_vlan_port_conf_t conf{};
-    conf.TrunkVlans = {20, 1, 20, 4095};  // neither sorted nor merged
-    EXPECT_EQ(serialize(conf)["TrunkVlans"], json("[20, 1, 20, 4095]"));
+    EXPECT_THROW_EXACT(serialize(conf), std::runtime_error, "out-of-range-enum");
 }
 
 // --- records: reading ----------------------------------------------------------------------------
@@ -167,96 +118,17 @@ TEST(RecordCodec, AFailureStopsTheReadLaterFieldsKeepTheirValues) {
     EXPECT_EQ(status.SFPVendorName, "old");
 }
 
-TEST(RecordCodec, TheKeysOfASimilarRecordAreNotAccepted) {
-    // The status record says NoLinkPartner/ShortCable where the configuration says
-    // LinkPartner/ShortReach.
-    zolt_appl_port_power_saving_status_t status{};
-    expect_runtime_error(json(R"({"LinkPartner":"yes","ShortReach":"no"})"), status,
-                         "Unexpected type");
-    parse(json(R"({"NoLinkPartner":"notSupported","ShortCable":"notSupported"})"), status);
-    EXPECT_EQ(status.NoLinkPartner, 2);
-    EXPECT_EQ(status.ShortCable, 2);
-}
-
 TEST(RecordCodec, NullReadsAsAnObjectWithoutMembers) {
     zolt_port_bridge_counters_t counters{};
     expect_runtime_error(Json::Value(), counters, "Unexpected type");
 }
 
-TEST(RecordCodec, ANonObjectIsALogicError) {
-    zolt_port_bridge_counters_t counters{};
-    for (const char* text : {"[1]", "5", "\"x\"", "true", "[]"}) {
-        try {
-            parse(json(text), counters);
-            FAIL() << text;
-        } catch (const std::logic_error& e) {
-            EXPECT_STREQ(e.what(), kNotObject) << text;
-        }
-    }
-}
-
-TEST(RecordCodec, NarrowFieldsAreCutWithoutARangeCheck) {
-    zolt_appl_port_kabtest_result_t result{};
-    parse(json(R"({"KabtestStatusPairA":"openPair","KabtestStatusPairB":"kabtestRunning",
-                   "KabtestStatusPairC":"unknownResult","KabtestStatusPairD":"shortPair",
-                   "KabtestLengthStatusPairA":256,"KabtestLengthStatusPairB":300,
-                   "KabtestLengthStatusPairC":255.0,"KabtestLengthStatusPairD":0})"),
-          result);
-    EXPECT_EQ(result.KabtestLengthStatusPairA, 0);
-    EXPECT_EQ(result.KabtestLengthStatusPairB, 44);
-    EXPECT_EQ(result.KabtestLengthStatusPairC, 255);
-    EXPECT_EQ(result.KabtestStatusPairB, zolt_phy_kabtest_status_kabtestRunning);
-
-    Json::Value negative = serialize(result);
-    negative["KabtestLengthStatusPairD"] = -1;
-    expect_runtime_error(negative, result, "Unexpected type");
-}
-
-TEST(RecordCodec, SixtyFourBitCountersReadInFull) {
-    zolt_port_ethernet_like_counters_t counters{};
-    parse(json(R"({"RxPauseFrames":18446744073709551615,"TxPauseFrames":4294967296})"), counters);
-    EXPECT_EQ(counters.RxPauseFrames, 18446744073709551615ull);
-    EXPECT_EQ(counters.TxPauseFrames, 4294967296ull);
-}
-
-TEST(RecordCodec, ListsAreExtendedNotReplaced) {
-    zolt_appl_vlan_config_globals_main_t globals{};
-    globals.AccessVlans = {7};
-    parse(json(R"({"CustomSPortEtherType":34984,"AccessVlans":[65537, 10, 10]})"), globals);
-    EXPECT_EQ(globals.AccessVlans, (std::vector<unsigned short>{7, 1, 10, 10}));
-
-    expect_runtime_error(json(R"({"CustomSPortEtherType":1,"AccessVlans":[2, "3"]})"), globals,
-                         "Unexpected type");
-    EXPECT_EQ(globals.AccessVlans.back(), 2) << "elements before the bad one stay appended";
-    expect_runtime_error(json(R"({"CustomSPortEtherType":1,"AccessVlans":null})"), globals,
-                         "Unexpected type");
-}
-
-TEST(RecordCodec, RoundTripsThroughItsOwnWriter) {
-    zolt_appl_vlan_port_conf_t conf{};
-    conf.Mode = zolt_appl_vlan_port_mode_hybrid;
-    conf.HybridPortType = zolt_appl_vlan_port_type_sCustom;
-    conf.HybridEgressTagging = zolt_appl_vlan_tx_tag_type_untagAll;
-    conf.TrunkVlans = {1, 10, 20};
-    conf.ForbiddenVlans = {4094};
-    zolt_appl_vlan_port_conf_t back{};
-    parse(serialize(conf), back);
-    EXPECT_FALSE(conf < back);
-    EXPECT_FALSE(back < conf);
-    EXPECT_EQ(serialize(back), serialize(conf));
-}
-
-// --- records: ordering
-// -----------------------------------------------------------------------------
-
-TEST(RecordOrder, EqualRecordsCompareFalseBothWays) {
-    zolt_appl_port_mib_conf_t a{}, b{};
-    EXPECT_FALSE(a < b);
-    EXPECT_FALSE(b < a);
-}
+// --- records: ordering ---------------------------------------------------------------------------
 
 TEST(RecordOrder, TheFirstDifferingFieldInDeclaredOrderDecides) {
     zolt_appl_port_mib_conf_t a{}, b{};
+    EXPECT_FALSE(a < b) << "equal records compare false both ways";
+    EXPECT_FALSE(b < a);
     a.Shutdown = false;  // first field: false before true
     b.Shutdown = true;
     a.MTU = 9000;  // a later field pointing the other way does not matter

@@ -2,7 +2,7 @@
 // MAC and byte-list text forms, the time stamp and the two shared records.
 
 #include <gtest/gtest.h>
-#include <json/reader.h>
+#include <json/json.h>
 #include <netinet/ether.h>
 
 #include <atomic>
@@ -21,12 +21,7 @@
 
 namespace {
 
-Json::Value json(const std::string& text) {
-    Json::Value value;
-    Json::Reader reader;
-    if (!reader.parse(text, value, false)) ADD_FAILURE() << "bad test JSON: " << text;
-    return value;
-}
+using zolt_test::json;
 
 zolt_mac_t mac(unsigned char a, unsigned char b, unsigned char c, unsigned char d, unsigned char e,
                unsigned char f) {
@@ -52,44 +47,35 @@ void expect_unexpected_type(const std::string& text, T unchanged) {
     EXPECT_TRUE(same(target, unchanged)) << "target changed by " << text;
 }
 
+template <class T>
+T read(const std::string& text) {
+    T value{};
+    parse(json(text), value);
+    return value;
+}
+
 }  // namespace
 
 // ---- Numbers: the type test, then a cut to width -----------------------------------------
 
-TEST(ScalarRead, UnsignedValuesAreCutToTheirWidthWithoutACheck) {
-    unsigned short u16 = 0;
-    parse(json("70000"), u16);
-    EXPECT_EQ(u16, 4464);
-    unsigned char u8 = 0;
-    parse(json("300"), u8);
-    EXPECT_EQ(u8, 44);
-    parse(json("4294967295"), u8);
-    EXPECT_EQ(u8, 255);
-    unsigned int u32 = 0;
-    parse(json("4294967295"), u32);
-    EXPECT_EQ(u32, 4294967295u);
-    short i16 = 0;
-    parse(json("40000"), i16);
-    EXPECT_EQ(i16, -25536);
-    parse(json("-70000"), i16);
-    EXPECT_EQ(i16, -4464);
+TEST(ScalarRead, ValuesAreCutToTheirWidthWithoutACheckAndWholeRealsPass) {
+    EXPECT_EQ(read<unsigned short>("70000"), 4464);
+    EXPECT_EQ(read<unsigned char>("300"), 44);
+    EXPECT_EQ(read<unsigned char>("4294967295"), 255);
+    EXPECT_EQ(read<unsigned int>("4294967295"), 4294967295u);
+    EXPECT_EQ(read<short>("40000"), -25536);
+    EXPECT_EQ(read<short>("-70000"), -4464);
+    EXPECT_EQ(read<unsigned char>("5.0"), 5);
+    EXPECT_EQ(read<int>("-3.0"), -3);
+    EXPECT_EQ(read<unsigned int>("1e3"), 1000u);
+    EXPECT_EQ(read<unsigned long long>("18446744073709551615"), ULLONG_MAX);
+    EXPECT_EQ(read<long long>("-9223372036854775808"), LLONG_MIN);
+    EXPECT_EQ(read<int>("-2147483648"), INT_MIN);
 }
 
-TEST(ScalarRead, RealsOfWholeValuePassTheIntegerTests) {
-    unsigned char u8 = 0;
-    parse(json("5.0"), u8);
-    EXPECT_EQ(u8, 5);
-    int i32 = 0;
-    parse(json("-3.0"), i32);
-    EXPECT_EQ(i32, -3);
-    unsigned int u32 = 0;
-    parse(json("1e3"), u32);
-    EXPECT_EQ(u32, 1000u);
-    expect_unexpected_type<unsigned int>("5.5", 9);
-    expect_unexpected_type<int>("-0.5", 9);
-}
-
-TEST(ScalarRead, SignAndRangeDecideTheTestNotTheCut) {
+TEST(ScalarRead, SignRangeAndFractionDecideTheTestNotTheCut) {
+    expect_unexpected_type<unsigned int>("5.5", 7);
+    expect_unexpected_type<int>("-0.5", 7);
     expect_unexpected_type<unsigned char>("-1", 7);
     expect_unexpected_type<unsigned short>("-1", 7);
     expect_unexpected_type<unsigned int>("-1", 7);
@@ -99,16 +85,6 @@ TEST(ScalarRead, SignAndRangeDecideTheTestNotTheCut) {
     expect_unexpected_type<short>("2147483648", 7);
     expect_unexpected_type<unsigned long long>("-1", 7);
     expect_unexpected_type<long long>("18446744073709551615", 7);
-
-    unsigned long long u64 = 0;
-    parse(json("18446744073709551615"), u64);
-    EXPECT_EQ(u64, ULLONG_MAX);
-    long long i64 = 0;
-    parse(json("-9223372036854775808"), i64);
-    EXPECT_EQ(i64, LLONG_MIN);
-    int i32 = 0;
-    parse(json("-2147483648"), i32);
-    EXPECT_EQ(i32, INT_MIN);
 }
 
 TEST(ScalarRead, NullAndWrongJsonTypesAreRefusedForEveryType) {
@@ -132,18 +108,10 @@ TEST(ScalarRead, NullAndWrongJsonTypesAreRefusedForEveryType) {
     expect_unexpected_type<int>("true", 0);
 }
 
-TEST(ScalarRead, BooleansAndStrings) {
-    bool flag = false;
-    parse(json("true"), flag);
-    EXPECT_TRUE(flag);
-    parse(json("false"), flag);
-    EXPECT_FALSE(flag);
-
+TEST(ScalarRead, StringsReplaceTheOldTextAndKeepNulBytes) {
     std::string text = "old contents that are longer";
     parse(json(R"("new")"), text);
     EXPECT_EQ(text, "new");
-    parse(json(R"("")"), text);
-    EXPECT_EQ(text, "");
     parse(json(R"("a\u0000b")"), text);
     EXPECT_EQ(text, std::string("a\0b", 3));
 }
@@ -160,8 +128,6 @@ TEST(ScalarWrite, NarrowUnsignedTypesBecomeSignedIntegers) {
     EXPECT_EQ(zolt::to_json(ULLONG_MAX).asUInt64(), ULLONG_MAX);
     EXPECT_EQ(zolt::to_json(LLONG_MIN).type(), Json::intValue);
     EXPECT_EQ(zolt::to_json(LLONG_MIN).asInt64(), LLONG_MIN);
-    EXPECT_EQ(zolt::to_json(true).type(), Json::booleanValue);
-    EXPECT_EQ(zolt::to_json(std::string("x")).type(), Json::stringValue);
     EXPECT_EQ(zolt::to_json("literal").type(), Json::stringValue);
 }
 
@@ -169,12 +135,8 @@ TEST(ScalarWrite, ListsBecomeArraysOfTheirElementType) {
     const Json::Value vlans = zolt::to_json(std::vector<unsigned short>{1, 65535});
     ASSERT_TRUE(vlans.isArray());
     EXPECT_EQ(vlans[1].type(), Json::intValue);
-    EXPECT_EQ(vlans[1].asInt(), 65535);
-    const Json::Value oid = zolt::to_json(std::vector<unsigned int>{4294967295u});
-    EXPECT_EQ(oid[0].type(), Json::uintValue);
-    EXPECT_EQ(zolt::to_json(std::vector<std::string>{"a", "b"}), json(R"(["a","b"])"));
+    EXPECT_EQ(zolt::to_json(std::vector<unsigned int>{4294967295u})[0].type(), Json::uintValue);
     EXPECT_EQ(zolt::to_json(std::vector<std::string>{}), Json::Value(Json::arrayValue));
-    EXPECT_EQ(zolt::to_json(std::vector<unsigned short>{}), Json::Value(Json::arrayValue));
 }
 
 // ---- Lists append, and keep what came before a bad element -------------------------------
@@ -189,10 +151,6 @@ TEST(ListRead, AppendsInArrayOrderWithoutClearing) {
     std::vector<unsigned short> vlans = {1};
     parse(json("[10, 70000, 5.0]"), vlans);
     EXPECT_EQ(vlans, (std::vector<unsigned short>{1, 10, 4464, 5}));
-
-    std::vector<unsigned int> oid = {1};
-    parse(json("[4294967295, 70000]"), oid);
-    EXPECT_EQ(oid, (std::vector<unsigned int>{1, 4294967295u, 70000}));
 }
 
 TEST(ListRead, ABadElementThrowsWithTheEarlierOnesAppended) {
@@ -204,10 +162,6 @@ TEST(ListRead, ABadElementThrowsWithTheEarlierOnesAppended) {
     std::vector<unsigned short> vlans;
     EXPECT_THROW_EXACT(parse(json("[1,-1,2]"), vlans), std::runtime_error, "Unexpected type");
     EXPECT_EQ(vlans, (std::vector<unsigned short>{1}));
-
-    std::vector<unsigned int> oid;
-    EXPECT_THROW_EXACT(parse(json(R"([1,"2"])"), oid), std::runtime_error, "Unexpected type");
-    EXPECT_EQ(oid, (std::vector<unsigned int>{1}));
 }
 
 TEST(ListRead, NonArraysAreRefused) {
@@ -223,43 +177,13 @@ TEST(ListRead, NonArraysAreRefused) {
 TEST(Mac, WritesSixUpperCaseHexPairs) {
     EXPECT_EQ(zolt::to_json(mac(0x00, 0x1F, 0xA2, 0x0B, 0x3C, 0xD4)),
               Json::Value("00:1F:A2:0B:3C:D4"));
-    EXPECT_EQ(zolt::to_json(mac(0, 0, 0, 0, 0, 0)), Json::Value("00:00:00:00:00:00"));
-    EXPECT_EQ(zolt::to_json(mac(255, 255, 255, 255, 255, 255)), Json::Value("FF:FF:FF:FF:FF:FF"));
 }
 
-TEST(Mac, ReadsTheTextFormsOfTheSystemParser) {
-    struct Case {
-        const char* text;
-        zolt_mac_t expected;
-    };
-    for (const Case& c :
-         {Case{"00:1F:A2:0B:3C:D4", mac(0x00, 0x1F, 0xA2, 0x0B, 0x3C, 0xD4)},
-          Case{"00:1f:a2:0b:3c:d4", mac(0x00, 0x1F, 0xA2, 0x0B, 0x3C, 0xD4)},
-          Case{"0:1F:A2:B:3C:4", mac(0x00, 0x1F, 0xA2, 0x0B, 0x3C, 0x04)},
-          Case{"a:b:c:d:e:f", mac(10, 11, 12, 13, 14, 15)},
-          Case{"00:1F:A2:0B:3C:D4 trailing", mac(0, 0x1F, 0xA2, 0x0B, 0x3C, 0xD4)}}) {
-        zolt_mac_t target = mac(9, 9, 9, 9, 9, 9);
-        parse(Json::Value(c.text), target);
-        EXPECT_EQ(bytes_of(target), bytes_of(c.expected)) << c.text;
-    }
-}
-
-TEST(Mac, OtherFormsAreInvalidAndLeaveTheTargetAlone) {
-    for (const char* text :
-         {"00-1F-A2-0B-3C-D4", "00 1F A2 0B 3C D4", "00:1F:A2:0B:3C", "001FA20B3CD4", "",
-          "00:1F:A2:0B:3C:G4", "000:1F:A2:0B:3C:D4", " 00:1F:A2:0B:3C:D4", "00::1F:A2:0B:3C"}) {
-        zolt_mac_t target = mac(1, 2, 3, 4, 5, 6);
-        EXPECT_THROW_EXACT(parse(Json::Value(text), target), std::runtime_error,
-                           "Mac address is invalid")
-            << text;
-        EXPECT_EQ(bytes_of(target), bytes_of(mac(1, 2, 3, 4, 5, 6))) << text;
-    }
-}
-
-TEST(Mac, AcceptsExactlyWhatTheSystemParserAccepts) {
-    // Texts built from group and separator forms around the edges of the grammar, compared
-    // with the C library's own ether_aton on a single thread.
+TEST(Mac, ReadsExactlyWhatTheSystemParserAcceptsAndRefusesTheRestLeavingTheTargetAlone) {
+    // A few fixed texts, then texts built from group and separator forms around the edges of the
+    // grammar, compared with the C library's own ether_aton on a single thread.
     // Valid forms come more often, so that a fair share of whole texts is valid.
+    const char* fixed[] = {"", "001FA20B3CD4", "00:1f:A2:0B:3C:D4 trailing"};
     const char* groups[] = {"0", "a", "F", "00", "aF", "C7", "0",  "a", "F", "00",  "aF", "C7",
                             "0", "a", "F", "00", "aF", "C7", "0g", "g", "",  "000", " 1"};
     const char* separators[] = {":", ":", ":", ":", ":", ":", "-", " ", "", "::"};
@@ -271,17 +195,20 @@ TEST(Mac, AcceptsExactlyWhatTheSystemParserAccepts) {
     };
     int accepted = 0;
     for (int i = 0; i < 20000; ++i) {
-        std::string text;
-        for (int group = 0; group < 6; ++group) {
+        std::string text = i < 3 ? fixed[i] : "";
+        for (int group = 0; group < 6 && i >= 3; ++group) {
             if (group > 0) text += separators[next(sizeof separators / sizeof *separators)];
             text += groups[next(sizeof groups / sizeof *groups)];
         }
-        text += endings[next(sizeof endings / sizeof *endings)];
+        if (i >= 3) text += endings[next(sizeof endings / sizeof *endings)];
 
         const ether_addr* expected = ether_aton(text.c_str());
-        zolt_mac_t target{};
+        zolt_mac_t target = mac(1, 2, 3, 4, 5, 6);
         if (expected == nullptr) {
-            EXPECT_THROW(parse(Json::Value(text), target), std::runtime_error) << text;
+            EXPECT_THROW_EXACT(parse(Json::Value(text), target), std::runtime_error,
+                               "Mac address is invalid")
+                << text;
+            EXPECT_EQ(bytes_of(target), bytes_of(mac(1, 2, 3, 4, 5, 6))) << text;
             continue;
         }
         ++accepted;
@@ -313,7 +240,6 @@ TEST(Mac, DecodingFromSeveralThreadsAtOnceGivesEachItsOwnAddress) {
 }
 
 TEST(Mac, OrdersByteByByteAsUnsignedValues) {
-    EXPECT_TRUE(mac(0, 0, 0, 0, 0, 1) < mac(0, 0, 0, 0, 0, 2));
     EXPECT_TRUE(mac(0x7F, 9, 9, 9, 9, 9) < mac(0x80, 0, 0, 0, 0, 0));
     EXPECT_FALSE(mac(0x80, 0, 0, 0, 0, 0) < mac(0x7F, 9, 9, 9, 9, 9));
     EXPECT_TRUE(mac(1, 2, 3, 4, 5, 0xFE) < mac(1, 2, 3, 4, 5, 0xFF));
@@ -323,8 +249,7 @@ TEST(Mac, OrdersByteByByteAsUnsignedValues) {
 // ---- Byte lists --------------------------------------------------------------------------
 
 TEST(ByteList, WritesLowerCaseHexTwoDigitsAByte) {
-    EXPECT_EQ(zolt::to_json(std::vector<unsigned char>{0x0A, 0xFF}), Json::Value("0aff"));
-    EXPECT_EQ(zolt::to_json(std::vector<unsigned char>{0, 1, 0x80}), Json::Value("000180"));
+    EXPECT_EQ(zolt::to_json(std::vector<unsigned char>{0, 0x0A, 0xFF}), Json::Value("000aff"));
     EXPECT_EQ(zolt::to_json(std::vector<unsigned char>{}), Json::Value(""));
 }
 
@@ -424,28 +349,23 @@ TEST_F(TimeStamp, OnlyTextIsAccepted) {
 }
 
 TEST_F(TimeStamp, WritesTheSecondsAsASignedNumber) {
-    EXPECT_EQ(zolt::timestamp_to_json(1577934245), Json::Value(Json::Int64(1577934245)));
     EXPECT_EQ(zolt::timestamp_to_json(-1).type(), Json::intValue);
     EXPECT_EQ(zolt::timestamp_to_json(-1).asInt64(), -1);
 }
 
 // ---- The shared records ------------------------------------------------------------------
 
-TEST(Ipv4Route, WritesItsThreeMembers) {
+TEST(Ipv4Route, WritesItsThreeMembersAndReadsThemByKey) {
     const zolt_ipv4_uc_t route = {"10.0.0.0", 8, "10.0.0.1"};
     EXPECT_EQ(serialize(route),
               json(R"({"networkAddress":"10.0.0.0","networkPrefixSize":8,"nextHop":"10.0.0.1"})"));
-    EXPECT_EQ(serialize(route)["networkPrefixSize"].type(), Json::intValue);
-}
-
-TEST(Ipv4Route, ReadsByKeyIgnoringUnknownMembers) {
-    zolt_ipv4_uc_t route = {"x", 0, "y"};
+    zolt_ipv4_uc_t read = {"x", 0, "y"};
     parse(json(R"({"nextHop":"1.1.1.1","extra":[],"networkPrefixSize":24,
                    "networkAddress":"192.168.0.0"})"),
-          route);
-    EXPECT_EQ(route.networkAddress, "192.168.0.0");
-    EXPECT_EQ(route.networkPrefixSize, 24);
-    EXPECT_EQ(route.nextHop, "1.1.1.1");
+          read);
+    EXPECT_EQ(read.networkAddress, "192.168.0.0");
+    EXPECT_EQ(read.networkPrefixSize, 24);
+    EXPECT_EQ(read.nextHop, "1.1.1.1");
 }
 
 TEST(Ipv4Route, AMissingMemberFailsAfterTheEarlierOnesAreWritten) {
@@ -469,7 +389,6 @@ TEST(Ipv4Route, OrdersByAddressThenPrefixThenNextHop) {
     EXPECT_FALSE(b < a);
     EXPECT_TRUE(a < c) << "text order: '1' before '9'";
     EXPECT_TRUE((zolt_ipv4_uc_t{"10.0.0.0", 8, "10.0.0.1"} < a));
-    EXPECT_FALSE(a < a);
 }
 
 TEST(InterfaceIndex, WritesReadsAndOrders) {
@@ -482,7 +401,5 @@ TEST(InterfaceIndex, WritesReadsAndOrders) {
     EXPECT_EQ(read.InterfaceNo, "Gi 1/2");
     EXPECT_TRUE(port < read);
     EXPECT_FALSE(read < port);
-    EXPECT_FALSE(port < port);
-    EXPECT_TRUE((NAS_ifindex_index{"Gi"} < NAS_ifindex_index{"Gi 1/1"}));
     EXPECT_TRUE((NAS_ifindex_index{"Z"} < NAS_ifindex_index{"\xC3"})) << "bytes are unsigned";
 }

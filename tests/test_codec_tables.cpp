@@ -67,18 +67,6 @@ TEST(TableCodec, AFailingRowKeepsTheRowsBeforeIt) {
     EXPECT_EQ(table, (std::map<int, bool>{{1, true}}));
 }
 
-TEST(TableCodec, ARowThatIsNoObjectIsALogicError) {
-    std::map<int, bool> table;
-    try {
-        parse(json(R"([{"key":1,"val":true}, [2, false]])"), table);
-        FAIL();
-    } catch (const std::logic_error& e) {
-        EXPECT_STREQ(e.what(),
-                     "in Json::Value::find(key, end, found): requires objectValue or nullValue");
-    }
-    EXPECT_EQ(table.size(), 1u);
-}
-
 TEST(TableCodec, NumberKeysAreTestedAndCutToWidth) {
     std::map<unsigned short, zolt_appl_vlan_name_t> names;
     parse(json(R"([{"key":70000,"val":{"Name":"x"}},{"key":10.0,"val":{"Name":"y"}}])"), names);
@@ -90,35 +78,6 @@ TEST(TableCodec, NumberKeysAreTestedAndCutToWidth) {
     std::map<int, bool> signedKeys;
     parse(json(R"([{"key":-5,"val":false}])"), signedKeys);
     EXPECT_EQ(signedKeys.begin()->first, -5);
-}
-
-TEST(TableCodec, RecordKeysOrderByTheirOwnComparison) {
-    std::map<zolt_appl_voice_vlan_oui_index_t, zolt_appl_voice_vlan_telephony_oui_conf_t> ouis;
-    parse(json(R"([{"key":{"Prefix":"ff"},"val":{"Description":"b"}},
-                   {"key":{"Prefix":"001FA2"},"val":{"Description":"a"}}])"),
-          ouis);
-    ASSERT_EQ(ouis.size(), 2u);
-    EXPECT_EQ(ouis.begin()->first.Prefix, (std::vector<unsigned char>{0x00, 0x1f, 0xa2}));
-    EXPECT_EQ(ouis.begin()->second.Description, "a");
-}
-
-TEST(TableCodec, EnumerationKeysReadTheirTextAndOrderByValue) {
-    // Two texts of the civic-address element enumeration, given in the reverse of their values.
-    const Json::Value high = serialize(static_cast<zolt_appl_lldp_med_catype_t>(6));
-    const Json::Value low = serialize(static_cast<zolt_appl_lldp_med_catype_t>(1));
-    const Json::Value val = serialize(zolt_lldpmed_ca_type_t{});
-    Json::Value rows(Json::arrayValue);
-    for (const Json::Value* key : {&high, &low}) {
-        Json::Value row(Json::objectValue);
-        row["key"] = *key;
-        row["val"] = val;
-        rows.append(row);
-    }
-    std::map<zolt_appl_lldp_med_catype_t, zolt_lldpmed_ca_type_t> location;
-    parse(rows, location);
-    ASSERT_EQ(location.size(), 2u);
-    EXPECT_EQ(location.begin()->first, 1);
-    EXPECT_EQ(location.rbegin()->first, 6);
 }
 
 // --- two-member tuple keys ---------------------------------------------------------------------
@@ -149,29 +108,7 @@ TEST(TupleKey, ExtraMembersAreIgnoredAndANonArrayIsRefused) {
     EXPECT_EQ(runtime_error_of(json("12"), key), "Unexpected type");
 }
 
-TEST(TupleKey, TablesOrderByTheFirstMemberFirst) {
-    std::map<std::tuple<std::string, int>, zolt_appl_port_prio_counter_t> queues;
-    parse(json(R"([{"key":["Gi 1/2",0],"val":{"RxPrio":1,"TxPrio":1}},
-                   {"key":["Gi 1/1",7],"val":{"RxPrio":2,"TxPrio":2}},
-                   {"key":["Gi 1/1",0],"val":{"RxPrio":3,"TxPrio":3}}])"),
-          queues);
-    std::vector<std::tuple<std::string, int>> order;
-    for (const auto& row : queues) order.push_back(row.first);
-    EXPECT_EQ(order, (std::vector<std::tuple<std::string, int>>{
-                         {"Gi 1/1", 0}, {"Gi 1/1", 7}, {"Gi 1/2", 0}}));
-}
-
-// --- the MAC table's key
-// ----------------------------------------------------------------------------
-
-TEST(MacTableKey, ReadsVlanAndAddressInEitherCase) {
-    VlanMacKey lower, upper;
-    parse(json(R"([1, "00:1f:a2:0b:3c:d4"])"), lower);
-    parse(json(R"([1, "00:1F:A2:0B:3C:D4"])"), upper);
-    EXPECT_EQ(std::get<0>(lower), 1);
-    EXPECT_TRUE(same(std::get<1>(lower), mac(0x00, 0x1f, 0xa2, 0x0b, 0x3c, 0xd4)));
-    EXPECT_TRUE(same(std::get<1>(upper), std::get<1>(lower)));
-}
+// --- the MAC table's key ------------------------------------------------------------------------
 
 TEST(MacTableKey, ShortAndOddAddressTextsAreNotRefused) {
     VlanMacKey key;
@@ -185,6 +122,8 @@ TEST(MacTableKey, ShortAndOddAddressTextsAreNotRefused) {
     VlanMacKey junk;
     parse(json(R"([1, "zz:1:fff:-1"])"), junk);
     EXPECT_TRUE(same(std::get<1>(junk), mac(0x00, 0x01, 0xff, 0xff, 0, 0)));
+
+    EXPECT_EQ(runtime_error_of(json(R"("1 00:00:00:00:00:01")"), junk), "Unexpected type");
 }
 
 TEST(MacTableKey, PiecesPastTheSixthAreNeverWritten) {
@@ -198,26 +137,6 @@ TEST(MacTableKey, PiecesPastTheSixthAreNeverWritten) {
     parse(json(R"([2, "01:02:03:04:05:06:07:08:09:0a:0b:0c"])"), guarded.key);
     EXPECT_TRUE(same(std::get<1>(guarded.key), mac(1, 2, 3, 4, 5, 6)));
     for (unsigned char byte : guarded.after) EXPECT_EQ(byte, 0x5a);
-}
-
-TEST(MacTableKey, TheVlanIsReadWithoutATypeTestAndCut) {
-    VlanMacKey key{99, {}};
-    parse(json(R"([null, "00:00:00:00:00:01"])"), key);
-    EXPECT_EQ(std::get<0>(key), 0);
-    parse(json(R"([70000, "00:00:00:00:00:01"])"), key);
-    EXPECT_EQ(std::get<0>(key), 4464);
-    EXPECT_ANY_THROW(parse(json(R"(["1", "00:00:00:00:00:01"])"), key));
-}
-
-TEST(MacTableKey, TheAddressMustBeText) {
-    VlanMacKey key;
-    try {
-        parse(json(R"([1, 5])"), key);
-        FAIL();
-    } catch (const std::logic_error& e) {
-        EXPECT_STREQ(e.what(), "in Json::Value::asCString(): requires stringValue");
-    }
-    EXPECT_EQ(runtime_error_of(json(R"("1 00:00:00:00:00:01")"), key), "Unexpected type");
 }
 
 TEST(MacTableKey, RowsOrderByVlanThenAddressBytes) {
@@ -238,8 +157,7 @@ TEST(MacTableKey, RowsOrderByVlanThenAddressBytes) {
     EXPECT_EQ(std::get<0>(row->first), 2);
 }
 
-// --- the forms that cannot be decoded
-// -----------------------------------------------------------------
+// --- the forms that cannot be decoded --------------------------------------------------------
 
 TEST(UndecodableTables, ThreeMemberKeysThrowAtTheFirstRow) {
     std::map<std::tuple<std::string, int, int>, zolt_appl_port_prio_counter_t> table;
@@ -249,19 +167,17 @@ TEST(UndecodableTables, ThreeMemberKeysThrowAtTheFirstRow) {
     EXPECT_TRUE(table.empty());
 
     std::tuple<std::string, std::string, std::string, std::string> four;
-    EXPECT_THROW(parse(json(R"(["a","b","c","d"])"), four), std::runtime_error);
+    EXPECT_EQ(runtime_error_of(json(R"(["a","b","c","d"])"), four), "not implemented");
 }
 
 TEST(UndecodableTables, KeyOnlyTablesThrowWhateverTheValueHolds) {
-    for (const char* val : {"null", "{}", "[]", "1", "\"x\""}) {
+    // Also without any "val" at all.
+    for (const char* val : {",\"val\":null", ",\"val\":{}", ",\"val\":1", ""}) {
         std::map<std::string, std::tuple<>> table;
-        const std::string rows = std::string(R"([{"key":"Gi 1/1","val":)") + val + "}]";
+        const std::string rows = std::string(R"([{"key":"Gi 1/1")") + val + "}]";
         EXPECT_EQ(runtime_error_of(json(rows), table), "not implemented") << val;
         EXPECT_TRUE(table.empty());
     }
-    // Without any "val" at all as well.
-    std::map<std::string, std::tuple<>> table;
-    EXPECT_EQ(runtime_error_of(json(R"([{"key":"Gi 1/1"}])"), table), "not implemented");
 }
 
 }  // namespace
