@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -22,20 +23,15 @@ namespace {
 std::string base64(const std::string& text) {
     static const char digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     std::string out;
-    std::size_t i = 0;
-    for (; i + 2 < text.size(); i += 3) {
-        const unsigned n = static_cast<unsigned char>(text[i]) << 16 |
-                           static_cast<unsigned char>(text[i + 1]) << 8 |
-                           static_cast<unsigned char>(text[i + 2]);
-        for (int shift : {18, 12, 6, 0}) out += digits[(n >> shift) & 63];
-    }
-    if (i + 1 == text.size()) {
-        const unsigned n = static_cast<unsigned char>(text[i]) << 16;
-        out += {digits[(n >> 18) & 63], digits[(n >> 12) & 63], '=', '='};
-    } else if (i + 2 == text.size()) {
-        const unsigned n = static_cast<unsigned char>(text[i]) << 16 |
-                           static_cast<unsigned char>(text[i + 1]) << 8;
-        out += {digits[(n >> 18) & 63], digits[(n >> 12) & 63], digits[(n >> 6) & 63], '='};
+    for (std::size_t i = 0; i < text.size(); i += 3) {
+        unsigned n = 0;
+        for (std::size_t j = i; j < i + 3; ++j) {
+            n = n << 8 | (j < text.size() ? static_cast<unsigned char>(text[j]) : 0u);
+        }
+        const std::size_t kept = std::min<std::size_t>(text.size() - i, 3) + 1;
+        for (std::size_t k = 0; k < 4; ++k) {
+            out += k < kept ? digits[(n >> (18 - 6 * k)) & 63] : '=';
+        }
     }
     return out;
 }
@@ -92,37 +88,25 @@ TEST(RestRequest, SendsExactlySizeBytesWithoutMeasuringTheBody) {
     EXPECT_EQ(server.last().body, binary);
 }
 
-TEST(RestRequest, EmptyCredentialsStillSendBasicAuthentication) {
+TEST(RestRequest, CredentialsAndContentTypeComeFromTheConnection) {
     TestServer server;
-    Handle handle = open(make_conn(server.url(), 5, "", ""));
-    ASSERT_NE(handle, nullptr);
-    Response response = post(handle, "{}");
-    ASSERT_NE(response, nullptr);
-    EXPECT_EQ(server.last().authorization, "Basic " + base64(":"));
-}
-
-TEST(RestRequest, UsesTheCallersContentType) {
-    TestServer server;
-    rest_conn_t conn = make_conn(server.url());
-    std::snprintf(conn.content_type, sizeof conn.content_type, "%s", "text/plain; charset=utf-8");
-    Handle handle = open(conn);
-    ASSERT_NE(handle, nullptr);
-    Response response = post(handle, "{}");
-    ASSERT_NE(response, nullptr);
-    EXPECT_EQ(server.last().content_type, "text/plain; charset=utf-8");
-}
-
-TEST(RestRequest, FieldsFilledToTheBrimAreNotReadPastTheirEnd) {
-    TestServer server;
-    rest_conn_t conn = make_conn(server.url());
-    std::memset(conn.user, 'u', sizeof conn.user);          // no terminating NUL
-    std::memset(conn.password, 'p', sizeof conn.password);  // no terminating NUL
-    Handle handle = open(conn);
-    ASSERT_NE(handle, nullptr);
-    Response response = post(handle, "{}");
-    ASSERT_NE(response, nullptr);
-    EXPECT_EQ(server.last().authorization,
-              "Basic " + base64(std::string(256, 'u') + ":" + std::string(256, 'p')));
+    rest_conn_t empty = make_conn(server.url(), 5, "", "");
+    std::snprintf(empty.content_type, sizeof empty.content_type, "%s", "text/plain; charset=utf-8");
+    rest_conn_t brim = make_conn(server.url());
+    std::memset(brim.user, 'u', sizeof brim.user);          // no terminating NUL: not read past
+    std::memset(brim.password, 'p', sizeof brim.password);  // no terminating NUL: not read past
+    const struct {
+        rest_conn_t conn;
+        std::string credentials, content_type;
+    } cases[] = {{empty, ":", "text/plain; charset=utf-8"},
+                 {brim, std::string(256, 'u') + ":" + std::string(256, 'p'), "application/json"}};
+    for (const auto& c : cases) {
+        Handle handle = open(c.conn);
+        ASSERT_NE(handle, nullptr);
+        ASSERT_NE(post(handle, "{}"), nullptr);
+        EXPECT_EQ(server.last().authorization, "Basic " + base64(c.credentials));
+        EXPECT_EQ(server.last().content_type, c.content_type);
+    }
 }
 
 TEST(RestRequest, NullBodyPostsNothingAndNeverReadsStandardInput) {
@@ -199,20 +183,6 @@ TEST(RestResponse, ANulByteEndsWhatItsChunkContributes) {
     EXPECT_STREQ(chunked->body, "abefij");
 }
 
-TEST(RestResponse, ALargeAnswerArrivesWhole) {
-    std::string big(5 * 1024 * 1024, 'x');
-    for (std::size_t i = 0; i < big.size(); i += 4099) big[i] = static_cast<char>('a' + i % 26);
-    TestServer server;
-    server.respond(200, big, "text/plain");
-    Handle handle = open(make_conn(server.url()));
-    ASSERT_NE(handle, nullptr);
-    Response response = post(handle, "{}");
-    ASSERT_NE(response, nullptr);
-    ASSERT_NE(response->body, nullptr);
-    EXPECT_EQ(std::strlen(response->body), big.size());
-    EXPECT_TRUE(big == response->body);
-}
-
 TEST(RestResponse, TwoPostsShareTheConnectionButNotTheirText) {
     TestServer server;
     Handle handle = open(make_conn(server.url()));
@@ -236,39 +206,33 @@ TEST(RestResponse, TwoPostsShareTheConnectionButNotTheirText) {
 
 // ---- Failures ----------------------------------------------------------------------------
 
-TEST(RestFailure, RefusedConnectionGivesNull) {
-    Handle handle =
-        open(make_conn("http://127.0.0.1:" + std::to_string(zolt_test::closed_port()) + "/"));
-    ASSERT_NE(handle, nullptr);
-    EXPECT_EQ(post(handle, "{}"), nullptr);
-    EXPECT_EQ(post(handle, "{}"), nullptr);
-}
-
-TEST(RestFailure, StallMidAnswerTimesOutAndTheNextPostWorks) {
+TEST(RestFailure, AnAnswerStalledOrCutShortGivesNullAndTheNextPostWorks) {
     TestServer server;
     server.handle([](const httplib::Request& request, httplib::Response& response) {
-        if (request.body != "slow") {
+        if (request.body != "slow" && request.body != "cut") {
             response.set_content("reply to " + request.body, "text/plain");
             return;
         }
-        // Part of the body, then silence past the client's limit; the text collected so far
-        // must go with the failed post (the sanitizer build checks for the leak).
+        // Announces 100 bytes and sends 10; then either silence past the client's limit or a
+        // dropped connection. The text collected so far must go with the failed post (the
+        // sanitizer build checks for the leak).
+        const bool stall = request.body == "slow";
         response.set_content_provider(
-            100, "text/plain", [](size_t offset, size_t, httplib::DataSink& sink) {
+            100, "text/plain", [stall](size_t offset, size_t, httplib::DataSink& sink) {
                 if (offset != 0) return false;
                 sink.write("0123456789", 10);
-                std::this_thread::sleep_for(std::chrono::milliseconds(1500));
-                return true;
+                if (stall) std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+                return stall;
             });
     });
     Handle handle = open(make_conn(server.url(), 1));
     ASSERT_NE(handle, nullptr);
-
-    EXPECT_EQ(post(handle, "slow"), nullptr);
-
-    Response next = post(handle, "fast");
-    ASSERT_NE(next, nullptr);
-    EXPECT_STREQ(next->body, "reply to fast");
+    for (const std::string failing : {"slow", "cut"}) {
+        EXPECT_EQ(post(handle, failing), nullptr) << failing;
+        Response next = post(handle, "after " + failing);
+        ASSERT_NE(next, nullptr) << failing;
+        EXPECT_EQ(std::string(next->body), "reply to after " + failing);
+    }
 }
 
 TEST(RestFailure, ZeroTimeOutMeansNoLimit) {
@@ -282,29 +246,6 @@ TEST(RestFailure, ZeroTimeOutMeansNoLimit) {
     Response response = post(handle, "{}");
     ASSERT_NE(response, nullptr);
     EXPECT_STREQ(response->body, "late");
-}
-
-TEST(RestFailure, AnswerCutShortGivesNullAndTheNextPostWorks) {
-    TestServer server;
-    server.handle([](const httplib::Request& request, httplib::Response& response) {
-        if (request.body != "cut") {
-            response.set_content("whole", "text/plain");
-            return;
-        }
-        // Announces 100 bytes, sends 10, then drops the connection.
-        response.set_content_provider(100, "text/plain",
-                                      [](size_t offset, size_t, httplib::DataSink& sink) {
-                                          if (offset == 0) sink.write("0123456789", 10);
-                                          return offset == 0;
-                                      });
-    });
-    Handle handle = open(make_conn(server.url(), 2));
-    ASSERT_NE(handle, nullptr);
-
-    EXPECT_EQ(post(handle, "cut"), nullptr);
-    Response next = post(handle, "again");
-    ASSERT_NE(next, nullptr);
-    EXPECT_STREQ(next->body, "whole");
 }
 
 TEST(RestFailure, NullArgumentsAreHarmless) {
@@ -379,13 +320,6 @@ struct ChunkAppend : ::testing::Test {
     }
 };
 
-TEST_F(ChunkAppend, StartsAllZero) {
-    ASSERT_NE(response, nullptr);
-    EXPECT_EQ(response->header, nullptr);
-    EXPECT_EQ(response->body, nullptr);
-    EXPECT_EQ(response->status, 0);
-}
-
 TEST_F(ChunkAppend, ReadsNoFurtherThanTheChunk) {
     // An exact-size block without a terminator: the sanitizer build traps any read past it.
     std::unique_ptr<char[]> chunk(new char[3]{'a', 'b', 'c'});
@@ -395,35 +329,21 @@ TEST_F(ChunkAppend, ReadsNoFurtherThanTheChunk) {
     EXPECT_EQ(response->header, nullptr);
 }
 
-TEST_F(ChunkAppend, ReportsEveryByteTakenEvenPastANul) {
+TEST_F(ChunkAppend, ReportsEveryByteTakenEvenPastANulAndMeasuresTheBodyAsStrlenWould) {
+    EXPECT_EQ(rest_body_length(response), 0u) << "no body bytes yet";
     EXPECT_EQ(rest_append_chunk("ab\0cd", 1, 5, response, false), 5u);
     EXPECT_EQ(rest_append_chunk("\0xyz", 1, 4, response, false), 4u);
     EXPECT_EQ(rest_append_chunk("ef", 2, 1, response, false), 2u);
+    EXPECT_EQ(rest_append_chunk("HTTP/1.1 200 OK\r\n", 1, 17, response, true), 17u);
     EXPECT_STREQ(response->body, "abef");
     EXPECT_EQ(record().body.length, 4u);
-}
-
-TEST_F(ChunkAppend, TheBodyLengthIsWhatStrlenWouldMeasure) {
-    EXPECT_EQ(rest_body_length(response), 0u) << "no body bytes yet";
-    rest_append_chunk("ab\0cd", 1, 5, response, false);
-    rest_append_chunk("efg", 1, 3, response, false);
-    rest_append_chunk("HTTP/1.1 200 OK\r\n", 1, 17, response, true);
-    EXPECT_EQ(rest_body_length(response), std::strlen(response->body));
-    EXPECT_EQ(rest_body_length(response), 5u);
+    EXPECT_EQ(rest_body_length(response), 4u);
 }
 
 TEST_F(ChunkAppend, AnEmptyFirstChunkStillGivesText) {
     EXPECT_EQ(rest_append_chunk("", 1, 0, response, false), 0u);
     ASSERT_NE(response->body, nullptr);
     EXPECT_STREQ(response->body, "");
-}
-
-TEST_F(ChunkAppend, HeaderAndBodyCollectApart) {
-    rest_header_cb(const_cast<char*>("HTTP/1.1 200 OK\r\n"), 1, 17, response);
-    rest_write_cb(const_cast<char*>("{}"), 1, 2, response);
-    rest_header_cb(const_cast<char*>("\r\n"), 1, 2, response);
-    EXPECT_STREQ(response->header, "HTTP/1.1 200 OK\r\n\r\n");
-    EXPECT_STREQ(response->body, "{}");
 }
 
 TEST_F(ChunkAppend, GrowsGeometrically) {
