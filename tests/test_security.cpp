@@ -152,20 +152,19 @@ TEST_F(SimulatedLogin, TheRequestLogNeverShowsAPasswordSecretOrKey) {
     void* h = sw.handle();
     const std::string secrets[] = {"UserPw-4711", "RadiusKey-4712", "HostKey-4713",
                                    "TacacsKey-4714", "TacacsHost-4715"};
-    EXPECT_EQ(zolt_users_config_global_add(h, "op", plain(secrets[0])), 0);
-    EXPECT_EQ(zolt_users_config_global_add(h, "op", plain(secrets[0])), 2);
-    EXPECT_EQ(zolt_authentication_config_radius_global_set(
-                  h, with_key<zolt_appl_auth_radius_global_conf_t>(secrets[1])),
-              0);
-    EXPECT_EQ(zolt_authentication_config_radius_host_set(
-                  h, 2, with_key<zolt_appl_auth_radius_server_conf_t>(secrets[2])),
-              0);
-    EXPECT_EQ(zolt_authentication_config_tacacs_global_set(
-                  h, with_key<zolt_appl_auth_tacacs_global_conf_t>(secrets[3])),
-              0);
-    EXPECT_EQ(zolt_authentication_config_tacacs_host_set(
-                  h, 1, with_key<zolt_appl_auth_tacacs_server_conf_t>(secrets[4])),
-              0);
+    // Written in a user, the RADIUS and TACACS+ settings and hosts, once refused as a duplicate.
+    const std::vector<int> codes = {
+        zolt_users_config_global_add(h, "op", plain(secrets[0])),
+        zolt_users_config_global_add(h, "op", plain(secrets[0])),
+        zolt_authentication_config_radius_global_set(
+            h, with_key<zolt_appl_auth_radius_global_conf_t>(secrets[1])),
+        zolt_authentication_config_radius_host_set(
+            h, 2, with_key<zolt_appl_auth_radius_server_conf_t>(secrets[2])),
+        zolt_authentication_config_tacacs_global_set(
+            h, with_key<zolt_appl_auth_tacacs_global_conf_t>(secrets[3])),
+        zolt_authentication_config_tacacs_host_set(
+            h, 1, with_key<zolt_appl_auth_tacacs_server_conf_t>(secrets[4]))};
+    EXPECT_EQ(codes, (std::vector<int>{0, 2, 0, 0, 0, 0}));
     // Reading them back, a refused login with a wrong password, and a param that does not fit.
     std::map<int, zolt_appl_auth_radius_server_conf_t> hosts;
     EXPECT_EQ(zolt_authentication_config_radius_host_get(h, &hosts), 0);
