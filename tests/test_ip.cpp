@@ -1,6 +1,7 @@
-// The IP family's own rules beyond its worked exchanges: prefix lengths that are unsigned in the
-// interfaces and signed in the routes, IPv6 routes and neighbours that are row keys of their own,
-// and routes the simulator keys by every member of the record.
+// The IP and host-service families' own rules beyond their worked exchanges: where their
+// enumerations end, prefix lengths that are unsigned in the interfaces and signed in the routes,
+// IPv6 routes and neighbours that are row keys of their own, and routes the simulator keys by
+// every member of the record.
 
 #include <gtest/gtest.h>
 #include <json/json.h>
@@ -17,8 +18,17 @@
 namespace {
 
 using zolt_test::ClientTest;
+using zolt_test::expect_texts;
 using zolt_test::last_params;
 using zolt_test::runtime_error_of;
+
+TEST(IpEnumerations, TheLastValuesAndTheGapsPastThem) {
+    expect_texts<zolt_appl_dhcp_server_netbios_node_type_t>(
+        {{0, "nodeNone"}, {4, "nodeH"}, {5, nullptr}});
+    expect_texts<zolt_appl_dns_config_type_t>({{5, "dhcpv6Vlan"}, {6, nullptr}});
+    expect_texts<zolt_appl_clock_summertime_mode_t>(
+        {{-1, nullptr}, {2, "nonRecurring"}, {3, nullptr}});
+}
 
 class Ip : public ClientTest {};
 

@@ -1,9 +1,10 @@
 // The layer-2 families' own rules beyond their worked exchanges: enumerations with gaps and texts
-// matched by their exact case, and fields whose widths differ between records that share their
-// names.
+// matched by their exact case, fields whose widths differ between records that share their names,
+// and a MAC address that is a row key on its own.
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 
 #include "client/zoltclient.h"
@@ -55,6 +56,18 @@ TEST_F(Layer2, OneNameTwoWidths) {
     EXPECT_EQ(runtime_error_of(
                   [&] { zolt_loop_protect_status_interface_get(handle(), "Gi 1/1", &info); }),
               "Unexpected type");
+}
+
+TEST_F(Layer2, AMacAloneAsARowKeyGoesThroughTheStrictAddressCheck) {
+    // Unlike the MAC table's pair key, which takes any pieces it can cut.
+    std::map<zolt_mac_t, zolt_appl_vcl_generic_conf_global_t> table;
+    server.respond_result(R"([{"key":"0:1:2:3:4:5","val":{"VlanId":-1,"PortList":[]}},
+                              {"key":"00-01-02-03-04-06","val":{"VlanId":2,"PortList":[]}}])");
+    EXPECT_EQ(runtime_error_of([&] { zolt_vcl_config_mac_get(handle(), &table); }),
+              "Mac address is invalid");
+    ASSERT_EQ(table.size(), 1u) << "the row before the bad key stays";
+    EXPECT_EQ(table.begin()->first.addr[5], 5);
+    EXPECT_EQ(table.begin()->second.VlanId, -1) << "VlanId is signed in this record";
 }
 
 }  // namespace
