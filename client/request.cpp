@@ -62,24 +62,23 @@ private:
         text_.append(depth_ * kIndent, ' ');
     }
 
-    bool scalar(const Json::Value& value) {
+    template <class Number>
+    void number(Number number) {
         char digits[24];
+        text_.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
+    }
+
+    bool scalar(const Json::Value& value) {
         switch (value.type()) {
             case Json::nullValue:
                 text_ += "null";
                 return true;
-            case Json::intValue: {
-                const auto end =
-                    std::to_chars(digits, digits + sizeof digits, value.asLargestInt()).ptr;
-                text_.append(digits, end);
+            case Json::intValue:
+                number(value.asLargestInt());
                 return true;
-            }
-            case Json::uintValue: {
-                const auto end =
-                    std::to_chars(digits, digits + sizeof digits, value.asLargestUInt()).ptr;
-                text_.append(digits, end);
+            case Json::uintValue:
+                number(value.asLargestUInt());
                 return true;
-            }
             case Json::booleanValue:
                 text_ += value.asBool() ? "true" : "false";
                 return true;
@@ -93,74 +92,29 @@ private:
         }
     }
 
-    // The length of a scalar's or an empty container's text, without writing it.
-    static bool one_line_length(const Json::Value& value, std::size_t& length) {
-        char digits[24];
-        switch (value.type()) {
-            case Json::nullValue:
-                length = 4;
-                return true;
-            case Json::intValue:
-                length = static_cast<std::size_t>(
-                    std::to_chars(digits, digits + sizeof digits, value.asLargestInt()).ptr -
-                    digits);
-                return true;
-            case Json::uintValue:
-                length = static_cast<std::size_t>(
-                    std::to_chars(digits, digits + sizeof digits, value.asLargestUInt()).ptr -
-                    digits);
-                return true;
-            case Json::booleanValue:
-                length = value.asBool() ? 4 : 5;
-                return true;
-            case Json::stringValue: {
-                const char* begin = nullptr;
-                const char* end = nullptr;
-                if (!value.getString(&begin, &end)) return false;
-                length = 2;
-                for (const char* c = begin; c != end; ++c) {
-                    length += (*c == '"' || *c == '\\') ? 2 : 1;
-                }
-                return true;
-            }
-            case Json::arrayValue:
-            case Json::objectValue:
-                length = 2;  // "[]" or "{}": only empty containers are asked
-                return true;
-            default:
-                return false;
-        }
-    }
-
     bool array(const Json::Value& value) {
         const Json::ArrayIndex size = value.size();
         if (size == 0) {
             text_ += "[]";
             return true;
         }
-        // One line when every element is a scalar or empty and "[ a, b ]" stays short.
+        // One line when every element is a scalar or empty and "[ a, b ]" stays under the margin.
         bool broken = size * 3 >= kRightMargin;
         for (Json::ArrayIndex i = 0; i < size && !broken; ++i) {
             const Json::Value& element = value[i];
             broken = (element.isArray() || element.isObject()) && !element.empty();
         }
         if (!broken) {
-            std::size_t line = 4 + (size - 1) * 2;
-            for (Json::ArrayIndex i = 0; i < size; ++i) {
-                std::size_t length = 0;
-                if (has_comment(value[i]) || !one_line_length(value[i], length)) return false;
-                line += length;
-            }
-            broken = line >= kRightMargin;
-        }
-        if (!broken) {
+            // The one-line form, taken back when it reaches the margin.
+            const std::size_t start = text_.size();
             text_ += "[ ";
             for (Json::ArrayIndex i = 0; i < size; ++i) {
                 if (i > 0) text_ += ", ";
                 if (!this->value(value[i])) return false;
             }
             text_ += " ]";
-            return true;
+            if (text_.size() - start < kRightMargin) return true;
+            text_.resize(start);
         }
         indent();
         text_ += '[';
