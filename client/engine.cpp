@@ -71,17 +71,18 @@ Json::Value read_answer(rest_response_t* response) {
 }
 
 rest_response_t* post(zoltclient* client, const char* method, const Json::Value& params) {
-    if (client == nullptr) throw transfer_error(CURLE_OK, "no connection was opened");
+    // A handle that never opened has no libcurl result to tell.
+    if (client == nullptr || client->rest == nullptr) {
+        throw transfer_error(CURLE_OK, "no connection was opened");
+    }
     // The handle's own buffer: after the first calls a request costs no allocation to write.
     write_request(method, params, client->request_text);
     const std::string& text = client->request_text;
     rest_response_t* response =
         rest_post(client->rest, text.data(), static_cast<long>(text.size()));
     if (response == nullptr) {
-        // What libcurl said of the failure; a connection that never opened has nothing to say.
-        const CURLcode result = client->rest != nullptr ? rest_last_result(client->rest) : CURLE_OK;
-        throw transfer_error(
-            result, result != CURLE_OK ? curl_easy_strerror(result) : "no connection was opened");
+        const CURLcode result = rest_last_result(client->rest);
+        throw transfer_error(result, curl_easy_strerror(result));
     }
     return response;
 }
