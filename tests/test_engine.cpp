@@ -373,4 +373,10 @@ TEST(Handle, OpensAndClosesAndIgnoresNull) {
 TEST(Handle, NullClientIsAPostError) {
     EXPECT_THROW_EXACT(zolt_json_rpc_call(static_cast<zoltclient*>(nullptr), "m"),
                        std::runtime_error, "Post error");
+    try {
+        zolt_json_rpc_call(static_cast<zoltclient*>(nullptr), "m");
+    } catch (const zolt::transfer_error& e) {
+        EXPECT_EQ(e.curl_code(), 0);
+        EXPECT_EQ(zolt::describe(e), "no connection was opened");
+    }
 }
