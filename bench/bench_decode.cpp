@@ -33,6 +33,7 @@
 #include <utility>
 #include <vector>
 
+#include "bench/local_server.h"
 #include "client/methods.h"
 #include "client/rest_internal.h"
 #include "client/zoltclient.h"
@@ -97,28 +98,17 @@ using Counters = std::map<std::string, zolt_port_rmon_counters_t>;
 
 class FixedServer {
 public:
-    FixedServer() {
-        server_.set_tcp_nodelay(true);
-        server_.set_keep_alive_max_count(1 << 30);  // one connection for the whole run
-        server_.Post(".*", [this](const httplib::Request& request, httplib::Response& response) {
+    std::string url() const { return server_.url(); }
+
+private:
+    const std::string table_ = counter_table(1000);
+    LocalServer server_{[this](httplib::Server& server) {
+        server.set_keep_alive_max_count(1 << 30);  // one connection for the whole run
+        server.Post(".*", [this](const httplib::Request& request, httplib::Response& response) {
             const bool all = request.body.find("\"params\" : []") != std::string::npos;
             response.set_content(all ? table_ : std::string(kPortConfig), "application/json");
         });
-        port_ = server_.bind_to_any_port("127.0.0.1");
-        thread_ = std::thread([this] { server_.listen_after_bind(); });
-        while (!server_.is_running()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    ~FixedServer() {
-        server_.stop();
-        thread_.join();
-    }
-    std::string url() const { return "http://127.0.0.1:" + std::to_string(port_) + "/json_rpc"; }
-    std::string table_ = counter_table(1000);
-
-private:
-    httplib::Server server_;
-    int port_ = -1;
-    std::thread thread_;
+    }};
 };
 
 // --- the bare client: libcurl and JsonCpp, nothing of the library but its tree decoders ----------

@@ -14,6 +14,7 @@
 #include <string>
 #include <thread>
 
+#include "bench/local_server.h"
 #include "client/engine.h"
 #include "client/rest.h"
 #include "client/rest_internal.h"
@@ -24,9 +25,12 @@ namespace {
 // Serves `megabytes` of text to every POST without copying it per request.
 class BulkServer {
 public:
-    BulkServer() : payload_(std::size_t{64} << 20, 'x') {
-        server_.set_tcp_nodelay(true);
-        server_.Post(".*", [this](const httplib::Request& request, httplib::Response& response) {
+    int port() const { return server_.port(); }
+
+private:
+    const std::string payload_ = std::string(std::size_t{64} << 20, 'x');
+    LocalServer server_{[this](httplib::Server& server) {
+        server.Post(".*", [this](const httplib::Request& request, httplib::Response& response) {
             const std::size_t size = std::min(payload_.size(), std::stoul(request.body) << 20);
             response.set_content_provider(
                 size, "text/plain",
@@ -35,21 +39,7 @@ public:
                                       std::min<std::size_t>(length, 1 << 20));
                 });
         });
-        port_ = server_.bind_to_any_port("127.0.0.1");
-        thread_ = std::thread([this] { server_.listen_after_bind(); });
-        while (!server_.is_running()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    ~BulkServer() {
-        server_.stop();
-        thread_.join();
-    }
-    int port() const { return port_; }
-
-private:
-    std::string payload_;
-    httplib::Server server_;
-    int port_ = -1;
-    std::thread thread_;
+    }};
 };
 
 void BM_RestPostLargeAnswer(benchmark::State& state) {
@@ -101,34 +91,7 @@ public:
     static constexpr const char* kRow =
         R"(,{"key":"Gi 1/1","val":{"Link":true,"Speed":"1G","Mtu":10240,"Name":"uplink"}})";
 
-    JsonServer() {
-        server_.set_tcp_nodelay(true);
-        server_.Post(".*", [](const httplib::Request& request, httplib::Response& response) {
-            // The method string names the answer: "s<MB>" or "r<MB>".
-            const std::string marker = "\"method\" : \"";
-            const std::size_t at = request.body.find(marker) + marker.size();
-            const bool rows = request.body[at] == 'r';
-            const std::size_t size = std::stoul(request.body.substr(at + 1)) << 20;
-            response.set_content_provider(
-                size, "application/json",
-                [rows, size](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
-                    std::string piece(std::min<std::size_t>(length, 1 << 16), '\0');
-                    for (std::size_t i = 0; i < piece.size(); ++i) {
-                        piece[i] =
-                            rows ? row_text_at(offset + i, size) : string_text_at(offset + i, size);
-                    }
-                    return sink.write(piece.data(), piece.size());
-                });
-        });
-        port_ = server_.bind_to_any_port("127.0.0.1");
-        thread_ = std::thread([this] { server_.listen_after_bind(); });
-        while (!server_.is_running()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    ~JsonServer() {
-        server_.stop();
-        thread_.join();
-    }
-    int port() const { return port_; }
+    int port() const { return server_.port(); }
 
 private:
     // {"error":null,"result":"xxx...x"}
@@ -152,9 +115,25 @@ private:
         return in_rows < whole_rows * row.size() ? row[in_rows % row.size()] : ' ';
     }
 
-    httplib::Server server_;
-    int port_ = -1;
-    std::thread thread_;
+    LocalServer server_{[](httplib::Server& server) {
+        server.Post(".*", [](const httplib::Request& request, httplib::Response& response) {
+            // The method string names the answer: "s<MB>" or "r<MB>".
+            const std::string marker = "\"method\" : \"";
+            const std::size_t at = request.body.find(marker) + marker.size();
+            const bool rows = request.body[at] == 'r';
+            const std::size_t size = std::stoul(request.body.substr(at + 1)) << 20;
+            response.set_content_provider(
+                size, "application/json",
+                [rows, size](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
+                    std::string piece(std::min<std::size_t>(length, 1 << 16), '\0');
+                    for (std::size_t i = 0; i < piece.size(); ++i) {
+                        piece[i] =
+                            rows ? row_text_at(offset + i, size) : string_text_at(offset + i, size);
+                    }
+                    return sink.write(piece.data(), piece.size());
+                });
+        });
+    }};
 };
 
 // A line of /proc/self/status in kilobytes, such as "VmRSS" or "VmHWM".
