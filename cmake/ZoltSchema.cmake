@@ -4,7 +4,8 @@
 #
 # Defines ZOLT_GENERATED_SOURCES, ZOLT_GENERATED_HEADERS, ZOLT_GENERATED_INCLUDE_DIR,
 # ZOLT_GENERATED_MANIFEST, ZOLT_GENERATED_SIM_SOURCES, ZOLT_GENERATED_SWEEP (one call of every
-# typed function), ZOLT_GENERATED_INVOKE (the library driven from JSON: tools/invoke.h), ZOLT_GENERATED_INCLUDE_CHECKS (one translation unit per family header),
+# typed function), ZOLT_GENERATED_INVOKE (the library driven from JSON: tools/invoke.h),
+# ZOLT_GENERATED_INCLUDE_CHECKS (one translation unit per family header),
 # ZOLT_GENERATED_DOCS (one reference page per family) and the target zolt_generate.
 
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
