@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 #include <json/json.h>
 
-#include <cstdlib>
 #include <ctime>
 #include <map>
 #include <stdexcept>
@@ -19,54 +18,24 @@
 #include "support/expect.h"
 #include "support/family.h"
 #include "support/test_server.h"
+#include "support/time_zone.h"
 
 namespace {
 
 using Bytes = std::vector<unsigned char>;
 using zolt_test::ClientTest;
 using zolt_test::json;
-using zolt_test::kNoValue;
 using zolt_test::last_params;
 using zolt_test::runtime_error_of;
 
 class Management : public ClientTest {};
 
-TEST(ManagementEnumerations, LevelsSkipSevenAndASecurityLevelStartsAtOne) {
-    zolt_test::expect_texts<zolt_appl_syslog_lvl_t>(
-        {{3, "error"}, {6, "informational"}, {7, nullptr}, {8, "all"}, {kNoValue, "emergency"}});
-    // So a user's record as it is default-constructed cannot be sent.
-    zolt_test::expect_texts<zolt_appl_snmp_security_level_t>(
-        {{0, nullptr}, {1, "snmpNoAuthNoPriv"}, {3, "snmpAuthPriv"}, {4, nullptr}});
-}
-
 // --- the syslog time stamp is read as the local time of the process -----------------------------
 
-// Runs the test in Central European time (a POSIX rule, so no zone files are needed) and puts
-// the process's zone back afterwards.
-class SyslogTimeStamp : public Management {
-protected:
-    SyslogTimeStamp() {
-        const char* old = std::getenv("TZ");
-        had_tz_ = old != nullptr;
-        if (had_tz_) old_tz_ = old;
-        setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
-        tzset();
-    }
-    ~SyslogTimeStamp() override {
-        if (had_tz_) {
-            setenv("TZ", old_tz_.c_str(), 1);
-        } else {
-            unsetenv("TZ");
-        }
-        tzset();
-    }
-
-private:
-    bool had_tz_ = false;
-    std::string old_tz_;
-};
-
-TEST_F(SyslogTimeStamp, TheDaysTheClockChangesCountRealSeconds) {
+// Central European time, a POSIX rule, so no zone files are needed.
+TEST_F(Management, SyslogTimeStampsOnTheDaysTheClockChangesCountRealSeconds) {
+    const zolt_test::TimeZoneGuard zone;
+    zone.set("CET-1CEST,M3.5.0,M10.5.0/3");
     const std::pair<const char*, time_t> stamps[] = {
         // 2021-03-28: at 02:00 winter time the clock moves to 03:00 summer time.
         {"2021-03-28 01:30:00", 1616891400},  // 00:30 UTC
