@@ -12,7 +12,6 @@
 
 #include <cstdlib>
 #include <fstream>
-#include <map>
 #include <set>
 #include <sstream>
 #include <string>
@@ -22,9 +21,12 @@
 #include "cli/zolt.h"
 #include "sim/simulator.h"
 #include "support/cli_sweep.h"
+#include "support/expect.h"
 #include "support/test_server.h"
 
 namespace {
+
+using zolt_test::json;
 
 struct Result {
     int status = -1;
@@ -93,32 +95,10 @@ Result run_process(const std::vector<std::string>& argv, const std::vector<std::
     return r;
 }
 
-Json::Value json_of(const std::string& text) {
-    Json::Value value;
-    EXPECT_TRUE(Json::Reader().parse(text, value, false)) << text;
-    return value;
-}
-
 std::size_t count_lines(const std::string& text) {
     std::size_t n = 0;
     for (char c : text) n += c == '\n';
     return n;
-}
-
-// The manifest the library's generator writes: one line per typed function, after a header.
-std::vector<std::vector<std::string>> manifest_rows() {
-    std::ifstream in(ZOLT_MANIFEST);
-    std::vector<std::vector<std::string>> rows;
-    std::string line;
-    std::getline(in, line);
-    while (std::getline(in, line)) {
-        std::vector<std::string> cells;
-        std::stringstream cells_in(line);
-        std::string cell;
-        while (std::getline(cells_in, cell, '\t')) cells.push_back(cell);
-        rows.push_back(cells);
-    }
-    return rows;
 }
 
 class Cli : public ::testing::Test {
@@ -144,39 +124,13 @@ void expect_exit(const Result& r, int status, const std::string& err) {
 
 // --- what the catalog holds ------------------------------------------------------------------
 
-TEST_F(Cli, MethodsListsExactlyTheTypedFunctionsOfTheSchema) {
-    const Result r = run_in_process({"methods"});
-    ASSERT_EQ(r.status, 0) << r.err;
-    const auto rows = manifest_rows();
-    ASSERT_FALSE(rows.empty());
-    ASSERT_EQ(count_lines(r.out), rows.size()) << "one line per typed function, no header";
-    const std::map<std::string, std::string> kListed = {
-        {"exists", "existence get"}, {"bare", "bare call"}, {"get_all", "get-all"}};
-    std::istringstream lines(r.out);
-    std::string line;
-    for (const auto& row : rows) {
-        std::getline(lines, line);
-        std::string shape = kListed.count(row[3]) != 0 ? kListed.at(row[3]) : row[3];
-        for (char& c : shape) c = c == '_' ? ' ' : c;
-        EXPECT_EQ(line.rfind(row[2] + "\t" + shape + "\t", 0), 0u) << line;
-    }
-
+TEST_F(Cli, MethodsListsTheOverloadsOfTheMethodsNamed) {
     const Result filtered = run_in_process({"methods", "port.config"});
     ASSERT_EQ(filtered.status, 0);
     EXPECT_EQ(filtered.out,
               "port.config.get\tkeyed get\tstring\tzolt_appl_port_mib_conf_t\n"
               "port.config.get\tget-all\t-\tmap<string, zolt_appl_port_mib_conf_t>\n"
               "port.config.set\tset\tstring, zolt_appl_port_mib_conf_t\t-\n");
-}
-
-TEST(CliCatalog, EveryOverloadCallsTheInvokerOfItsOwnTypedFunction) {
-    ASSERT_EQ(zolt_cli::kOverloadCount, zolt_tool::kInvokerCount);
-    for (std::size_t i = 0; i < zolt_cli::kOverloadCount; ++i) {
-        const zolt_cli::Overload& o = zolt_cli::kOverloads[i];
-        ASSERT_STREQ(o.invoker->method, o.method);
-        ASSERT_EQ(std::string(o.invoker->signature).rfind(std::string(o.function) + " ", 0), 0u)
-            << o.invoker->signature;
-    }
 }
 
 TEST_F(Cli, DescribeShowsEveryOverloadAndTheFieldsAndTextsOfItsTypes) {
@@ -219,18 +173,15 @@ TEST_F(Cli, CallPrintsPrettyJsonInDeclaredOrderOrNothing) {
     // The switch's refusals exit with 1, print nothing and name the method and the code.
     r = zolt({"call", "mac.config.fdb.static.add", "1", "02:00:00:00:00:07", "{\"PortList\":[]}"});
     expect_exit(r, 1, "zolt: mac.config.fdb.static.add: the switch answered error code 2\n");
-    r = zolt({"call", "ip.config.interface.get", "VLAN 4000"});
-    expect_exit(r, 1, "zolt: ip.config.interface.get: the switch answered error code 1\n");
-    EXPECT_EQ(r.out, "");
 }
 
 TEST_F(Cli, ThePrettyOutputIsAnArgumentAgain) {
-    Json::Value conf = json_of(zolt({"call", "port.config.get", "Gi 1/2"}).out);
+    Json::Value conf = json(zolt({"call", "port.config.get", "Gi 1/2"}).out);
     conf["MTU"] = 1600;
     Result set = zolt({"call", "port.config.set", "Gi 1/2", conf.toStyledString()});
     ASSERT_EQ(set.status, 0) << set.err;
     const Result again = zolt({"call", "port.config.get", "Gi 1/2"});
-    EXPECT_EQ(json_of(again.out)["MTU"].asInt(), 1600);
+    EXPECT_EQ(json(again.out)["MTU"].asInt(), 1600);
     set = zolt({"call", "port.config.set", "Gi 1/3", again.out});
     ASSERT_EQ(set.status, 0) << set.err;
     EXPECT_EQ(zolt({"call", "port.config.get", "Gi 1/3"}).out, again.out);
@@ -260,16 +211,16 @@ TEST_F(Cli, OutputTableAlignsColumnsAndFieldLines) {
 // --- edit ----------------------------------------------------------------------------------
 
 TEST_F(Cli, EditChangesOnlyTheNamedFields) {
-    const Json::Value before = json_of(zolt({"call", "port.config.get", "Gi 1/3"}).out);
+    const Json::Value before = json(zolt({"call", "port.config.get", "Gi 1/3"}).out);
     Result r = zolt({"edit", "port.config", "Gi 1/3", "MTU=9000", "Shutdown=true"});
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out, "");
     Json::Value expected = before;
     expected["MTU"] = 9000;
     expected["Shutdown"] = true;
-    EXPECT_EQ(json_of(zolt({"call", "port.config.get", "Gi 1/3"}).out).toStyledString(),
+    EXPECT_EQ(json(zolt({"call", "port.config.get", "Gi 1/3"}).out).toStyledString(),
               expected.toStyledString());
-    EXPECT_EQ(json_of(zolt({"call", "port.config.get", "Gi 1/4"}).out).toStyledString(),
+    EXPECT_EQ(json(zolt({"call", "port.config.get", "Gi 1/4"}).out).toStyledString(),
               before.toStyledString())
         << "other rows stay as they were";
 
@@ -348,7 +299,7 @@ TEST_F(Cli, VersionBlindOverloadsTakeTheFirstThatDecodesOrTheOneNamed) {
     // Both gets take one string: the first is called unless another is named.
     r = zolt({"call", "--overload", "4", "ipmc-snooping.config.interface.vlan.get", "VLAN 10"});
     ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(json_of(r.out)["Compatibility"].asString(), "mldv2");
+    EXPECT_EQ(json(r.out)["Compatibility"].asString(), "mldv2");
     r = zolt({"call", "ipmc-snooping.config.interface.vlan.get", "VLAN 10"});
     EXPECT_EQ(r.status, 3) << "the IPv4 record's decoder meets the IPv6 row: " << r.err;
 }
@@ -390,7 +341,7 @@ TEST_F(Cli, TheProgramTakesItsConnectionFromTheEnvironment) {
                                           "ZOLT_PASSWORD=admin", "ZOLT_TIMEOUT=5"};
     Result r = run_process({program, "call", "port.config.get", "Gi 1/1"}, env);
     EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(json_of(r.out)["MTU"].asInt(), 10240);
+    EXPECT_EQ(json(r.out)["MTU"].asInt(), 10240);
     EXPECT_EQ(r.err, "");
 
     // A flag wins over the environment.
@@ -404,16 +355,9 @@ TEST_F(Cli, TheProgramTakesItsConnectionFromTheEnvironment) {
                     {"ZOLT_URL=" + sim.url(), "ZOLT_TIMEOUT=soon"});
     EXPECT_EQ(r.status, 2) << r.err;
 
-    r = run_process({program, "call", "port.config.get", "Gi 9/9"}, env);
-    expect_exit(r, 1, "zolt: port.config.get: the switch answered error code 1\n");
-    EXPECT_EQ(r.out, "");
-
     r = run_process({program, "--help"}, {});
     EXPECT_EQ(r.status, 0);
     EXPECT_NE(r.out.find("zolt call port.config.get \"Gi 1/1\""), std::string::npos) << r.out;
-    r = run_process({program, "edit", "--help"}, {});
-    EXPECT_EQ(r.status, 0);
-    EXPECT_NE(r.out.find("FIELD=VALUE"), std::string::npos) << r.out;
 }
 
 TEST(CliCompletion, TheBashScriptLoadsAndCompletes) {
