@@ -20,12 +20,7 @@ using zolt_sim::check;
 using zolt_sim::Kind;
 using zolt_sim::Member;
 using zolt_sim::Type;
-
-Json::Value json_of(const std::string& text) {
-    Json::Value value;
-    Json::Reader().parse(text, value, false);
-    return value;
-}
+using zolt_test::json;
 
 const Type kBool = {"bool", Kind::boolean, 0, 0, nullptr, 0, nullptr, 0};
 const Type kU8 = {"unsigned char", Kind::integer, 0, 255, nullptr, 0, nullptr, 0};
@@ -50,13 +45,13 @@ const Type kOpaque = {"zolt_inventory_t", Kind::opaque, 0, 0, nullptr, 0, nullpt
 std::string refusal(const Type& type, const std::string& text) {
     Json::Value stored;
     std::string why;
-    return check(type, json_of(text), stored, why) ? std::string() : why;
+    return check(type, json(text), stored, why) ? std::string() : why;
 }
 
 Json::Value stored(const Type& type, const std::string& text) {
     Json::Value out;
     std::string why;
-    EXPECT_TRUE(check(type, json_of(text), out, why)) << text << ": " << why;
+    EXPECT_TRUE(check(type, json(text), out, why)) << text << ": " << why;
     return out;
 }
 
@@ -144,7 +139,7 @@ TEST(SimChecker, ValuesAreStoredInTheSwitchsOwnForm) {
     char text[32];
     std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &fields);
     EXPECT_EQ(stored(kStamp, "1700000000"), Json::Value(text));
-    EXPECT_EQ(stored(kOpaque, R"({"anything": [1, 2]})"), json_of(R"({"anything": [1, 2]})"));
+    EXPECT_EQ(stored(kOpaque, R"({"anything": [1, 2]})"), json(R"({"anything": [1, 2]})"));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -162,15 +157,15 @@ std::string seed_failure(const zolt_sim::SeedRow& row) {
 
 TEST(SimSeed, EveryRowMustFitTheSchema) {
     using zolt_sim::SeedRow;
-    const Json::Value port = json_of(R"(["Gi 1/1"])");
-    const Json::Value mtu = json_of(R"({"MTU": 9000})");
+    const Json::Value port = json(R"(["Gi 1/1"])");
+    const Json::Value mtu = json(R"({"MTU": 9000})");
     EXPECT_EQ(seed_failure(SeedRow{"port.config", port, mtu}), "") << "a partial row is merged";
     EXPECT_EQ(seed_failure(SeedRow{"port.configuration", port, mtu}),
               "seed row of port.configuration: the schema has no such table");
-    EXPECT_EQ(seed_failure(SeedRow{"port.config", port, json_of(R"({"Mtu": 9000})")}),
+    EXPECT_EQ(seed_failure(SeedRow{"port.config", port, json(R"({"Mtu": 9000})")}),
               "seed row of port.config does not fit: unknown member \"Mtu\" in "
               "zolt_appl_port_mib_conf_t");
-    EXPECT_EQ(seed_failure(SeedRow{"port.config", port, json_of(R"({"MTU": "9000"})")}),
+    EXPECT_EQ(seed_failure(SeedRow{"port.config", port, json(R"({"MTU": "9000"})")}),
               "seed row of port.config does not fit: member \"MTU\": expected an integer, got a "
               "string");
     EXPECT_EQ(seed_failure(SeedRow{"port.config", Json::Value(), mtu}),
