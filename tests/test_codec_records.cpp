@@ -27,10 +27,6 @@ void expect_runtime_error(const Json::Value& value, T& target, const char* what)
 
 // --- enumerations ------------------------------------------------------------------------------
 
-TEST(EnumerationCodec, WritesTheTextOfAValueIncludingPunctuation) {
-    EXPECT_EQ(serialize(zolt_appl_sfp_tranceiver_sfp10G_DAC), Json::Value("sfp10G-DAC"));
-}
-
 TEST(EnumerationCodec, ValuesWithoutTextAreRefusedOnWriting) {
     for (int gap : {3, 4, 5, 6, 16, -1, 99}) {
         EXPECT_THROW_EXACT(serialize(static_cast<zolt_appl_sfp_tranceiver_t>(gap)),

@@ -67,31 +67,7 @@ TEST(TableCodec, AFailingRowKeepsTheRowsBeforeIt) {
     EXPECT_EQ(table, (std::map<int, bool>{{1, true}}));
 }
 
-TEST(TableCodec, NumberKeysAreTestedAndCutToWidth) {
-    std::map<unsigned short, zolt_appl_vlan_name_t> names;
-    parse(json(R"([{"key":70000,"val":{"Name":"x"}},{"key":10.0,"val":{"Name":"y"}}])"), names);
-    EXPECT_EQ(names.at(4464).Name, "x");
-    EXPECT_EQ(names.at(10).Name, "y");
-    EXPECT_EQ(runtime_error_of(json(R"([{"key":-1,"val":{"Name":"z"}}])"), names),
-              "Unexpected type");
-
-    std::map<int, bool> signedKeys;
-    parse(json(R"([{"key":-5,"val":false}])"), signedKeys);
-    EXPECT_EQ(signedKeys.begin()->first, -5);
-}
-
 // --- two-member tuple keys ---------------------------------------------------------------------
-
-TEST(TupleKey, MembersAreReadInOrderEachByItsRule) {
-    std::tuple<std::string, int> key;
-    parse(json(R"(["Gi 1/1", 3])"), key);
-    EXPECT_EQ(key, std::make_tuple(std::string("Gi 1/1"), 3));
-
-    std::tuple<unsigned short, zolt_appl_vlan_user_t> user;
-    parse(json(R"([10, "dot1x"])"), user);
-    EXPECT_EQ(std::get<1>(user), zolt_appl_vlan_user_dot1x);
-    EXPECT_EQ(runtime_error_of(json(R"([10, "Dot1x"])"), user), "out-of-range-enum");
-}
 
 TEST(TupleKey, AMissingSecondMemberFailsAfterTheFirstIsRead) {
     std::tuple<std::string, int> key{"old", 7};

@@ -63,15 +63,6 @@ TEST(TransferError, ARefusedConnectionOrATimeOutCarriesLibcurlsResult) {
     }
 }
 
-TEST(TransferError, ANullHandleHasNoLibcurlResult) {
-    zolt_appl_port_mib_conf_t conf{};
-    const auto e =
-        caught<zolt::transfer_error>([&] { zolt_port_config_get(nullptr, "Gi 1/1", &conf); });
-    EXPECT_STREQ(e.what(), "Post error");
-    EXPECT_EQ(e.curl_code(), 0);
-    EXPECT_FALSE(e.curl_text().empty());
-}
-
 // ---- The status and the answer -------------------------------------------------------------
 
 using Errors = ClientTest;
