@@ -185,31 +185,13 @@ class Refusals(unittest.TestCase):
                 self.assertIn(message, proc.stderr)
                 self.assertFalse(produced, "nothing is written when a schema is refused")
 
-    def test_tabled_schema_is_accepted(self):
-        proc, produced = run({"ports/demo.schema": TABLED})
-        self.assertEqual(proc.returncode, 0, proc.stderr)
-        # The key-only add sends its two key members and no value.
-        self.assertIn("int zolt_demo_members_add(void* handle, const std::string& key1, int key2)",
-                      " ".join(produced["schema/ports/demo.cpp"].split()))
-
 
 class Output(unittest.TestCase):
-    def test_deterministic_and_complete(self):
+    def test_deterministic(self):
         proc1, first = run({"ports/demo.schema": GOOD})
         proc2, second = run({"ports/demo.schema": GOOD})
         self.assertEqual(proc1.returncode, 0, proc1.stderr)
         self.assertEqual(first, second)
-        self.assertEqual(sorted(first), [
-            "docs/demo.md", "schema/families.h", "schema/manifest.tsv", "schema/ports/demo.cpp",
-            "schema/ports/demo.h", "sim/methods.cpp", "tests/include_demo.cpp",
-            "tests/sweep.cpp", "tools/invoke.cpp"])
-        header = first["schema/ports/demo.h"]
-        self.assertIn("zolt_demo_speed_unknown = -1,", header)
-        # A record comes after the enumeration it holds, whatever the file's order.
-        self.assertLess(header.index("enum zolt_demo_speed_t"), header.index("struct zolt_demo_conf_t"))
-        self.assertIn("ZOLT_API int zolt_demo_config_set(void* handle, const std::string& key, "
-                      "const zolt_demo_conf_t& value);", " ".join(header.split()))
-        self.assertIn("demo\tzolt_demo_config_get\tdemo.config.get\tget_all", first["schema/manifest.tsv"])
 
     def test_a_table_of_several_value_types_is_swept_one_type_at_a_time(self):
         # A row written as one type need not decode as the other (here the enumerations differ),
@@ -368,16 +350,9 @@ class Compiles(unittest.TestCase):
             self.assertEqual(gen.returncode, 0, gen.stderr)
             with open(os.path.join(out, "schema", "ports", "every.h")) as f:
                 header = f.read()
-            self.assertIn("zolt_every_kind_ten_ish = 10,", header)
-            self.assertIn("time_t When{};", header)
-            # An opaque type is declared empty, with a parse and nothing else.
-            self.assertIn("struct zolt_every_opaque_t {};", header)
-            self.assertIn("void parse(const Json::Value& json, zolt_every_opaque_t& value);", header)
+            # An opaque type is read and never written nor ordered.
             self.assertNotIn("serialize(const zolt_every_opaque_t", header)
             self.assertNotIn("operator<(const zolt_every_opaque_t", header)
-            # A bare JSON string answer is a keyed get decoded by the string's own parse.
-            self.assertIn("int zolt_every_t5_get(void* handle, unsigned char key, std::string* out);",
-                          " ".join(header.split()))
             # The build writes client/version.h from its template; do the same here.
             template = os.path.join(ROOT, "cmake", "version.h.in")
             if os.path.exists(template):
