@@ -131,14 +131,6 @@ TEST(ScalarWrite, NarrowUnsignedTypesBecomeSignedIntegers) {
     EXPECT_EQ(zolt::to_json("literal").type(), Json::stringValue);
 }
 
-TEST(ScalarWrite, ListsBecomeArraysOfTheirElementType) {
-    const Json::Value vlans = zolt::to_json(std::vector<unsigned short>{1, 65535});
-    ASSERT_TRUE(vlans.isArray());
-    EXPECT_EQ(vlans[1].type(), Json::intValue);
-    EXPECT_EQ(zolt::to_json(std::vector<unsigned int>{4294967295u})[0].type(), Json::uintValue);
-    EXPECT_EQ(zolt::to_json(std::vector<std::string>{}), Json::Value(Json::arrayValue));
-}
-
 // ---- Lists append, and keep what came before a bad element -------------------------------
 
 TEST(ListRead, AppendsInArrayOrderWithoutClearing) {
