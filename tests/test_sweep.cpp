@@ -14,6 +14,7 @@
 
 #include "client/zoltclient.h"
 #include "sim/simulator.h"
+#include "support/expect.h"
 #include "support/sweep.h"
 #include "support/test_server.h"
 #include "tools/invoke.h"
@@ -23,12 +24,6 @@ namespace {
 // The simulator's answer codes for a missing and for an existing row.
 constexpr int kNoSuchEntry = 1;
 constexpr int kEntryExists = 2;
-
-Json::Value json_of(const char* text) {
-    Json::Value value;
-    Json::Reader().parse(text, value, false);
-    return value;
-}
 
 // Compact text: JSON numbers read from text and those the library or the simulator writes
 // differ in JsonCpp's signedness type, not in value.
@@ -90,7 +85,7 @@ TEST_F(Sweep, EveryTypedFunctionGetsTheExactAnswerOfTheSwitchsState) {
         ASSERT_NE(invoker, nullptr);
 
         std::set<std::string>& keys = rows[call.table];
-        const std::string key = compact(json_of(call.key));
+        const std::string key = compact(zolt_test::json(call.key));
         const bool present = keys.count(key) != 0;
         int want = 0;
         bool throws = false;
@@ -111,7 +106,7 @@ TEST_F(Sweep, EveryTypedFunctionGetsTheExactAnswerOfTheSwitchsState) {
         Json::Value output;
         int code = -999;
         try {
-            code = invoker->invoke(handle, json_of(call.args), &output);
+            code = invoker->invoke(handle, zolt_test::json(call.args), &output);
         } catch (const std::runtime_error& e) {
             EXPECT_TRUE(throws) << e.what();
             EXPECT_STREQ(e.what(), "not implemented");
@@ -125,7 +120,7 @@ TEST_F(Sweep, EveryTypedFunctionGetsTheExactAnswerOfTheSwitchsState) {
             rows = rows_of(simulator->model().snapshot());  // writes may reach other tables
         }
         if (call.expected != nullptr) {
-            EXPECT_EQ(compact(output), compact(json_of(call.expected)))
+            EXPECT_EQ(compact(output), compact(zolt_test::json(call.expected)))
                 << "every field makes the trip there and back";
             ++round_trips;
         }

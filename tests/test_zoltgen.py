@@ -89,8 +89,6 @@ OPAQUE = GOOD.replace("methods\n", "opaque zolt_demo_blob_t\n\nmethods\n")
 REFUSALS = r"""
 GOOD ports/demo.schema:4: unknown type 'boolean'
     "Enabled"   bool  =>  "Enabled"   boolean
-GOOD ports/demo.schema:18: unknown type 'zolt_nope_t'
-    string, zolt_demo_conf_t     -> -  =>  string, zolt_nope_t -> -
 GOOD ports/demo.schema:6: key "Enabled" appears twice
     "Speed"     zolt_demo_speed_t  =>  "Speed"     zolt_demo_speed_t\n    "Enabled" u8
 GOOD ports/demo.schema:10: value 0 appears twice
