@@ -44,33 +44,31 @@ private:
     std::string path_;
 };
 
-// Runs `read` and, if it throws a decode exception, puts the member `key` in front of its path.
-// Nothing is built unless something is thrown.
-template <class Read>
-void in_member(const char* key, Read read) {
+// Runs `read` and, if it throws a decode exception, puts the step that `step()` names in front of
+// its path. Nothing is built unless something is thrown.
+template <class Step, class Read>
+void in_step(Step step, Read read) {
     try {
         read();
     } catch (decode_error& e) {
-        e.within(key);
+        e.within(step());
         throw;
     } catch (decode_logic_error& e) {
-        e.within(key);
+        e.within(step());
         throw;
     }
+}
+
+// The same for the member `key`.
+template <class Read>
+void in_member(const char* key, Read read) {
+    in_step([key] { return std::string(key); }, read);
 }
 
 // The same for array element `index`, whose step is "[index]".
 template <class Read>
 void in_element(unsigned index, Read read) {
-    try {
-        read();
-    } catch (decode_error& e) {
-        e.within("[" + std::to_string(index) + "]");
-        throw;
-    } catch (decode_logic_error& e) {
-        e.within("[" + std::to_string(index) + "]");
-        throw;
-    }
+    in_step([index] { return "[" + std::to_string(index) + "]"; }, read);
 }
 
 }  // namespace zolt
