@@ -48,13 +48,7 @@ int read_result(rest_response_t* response, Decoder decode, DirectDecoder direct,
     // A decode failure's path starts at "result"; "Result is not an array" gets the status and
     // first bytes of the answer it refers to.
     try {
-        decode(answer["result"], out);
-    } catch (decode_error& e) {
-        e.within("result");
-        throw;
-    } catch (decode_logic_error& e) {
-        e.within("result");
-        throw;
+        in_member("result", [&] { decode(answer["result"], out); });
     } catch (const answer_error& e) {
         throw answer_error(e.what(), status, excerpt);
     }
