@@ -285,6 +285,14 @@ inline const Case* cases(std::size_t* count) {
          },
          &get_all_case<std::tuple<unsigned short, zolt_mac_t>, zolt_appl_mac_stack_addr_entry_t>,
          &get_all_direct<std::tuple<unsigned short, zolt_mac_t>, zolt_appl_mac_stack_addr_entry_t>},
+        {"MAC table, address pieces strtol reads in its own way",
+         [] {
+             return answer(rows({"[1,\" 0x1f:-1:+a:: 2g:zz:7\"]", "[2,\"1:2:3:4:5:6:7:8:\"]",
+                                 "[3,\"a\\u0000:b\"]", "[4,\"\"]", "[5,\"::\"]"},
+                                value_of("mac.status.fdb.full.get")));
+         },
+         &get_all_case<std::tuple<unsigned short, zolt_mac_t>, zolt_appl_mac_stack_addr_entry_t>,
+         &get_all_direct<std::tuple<unsigned short, zolt_mac_t>, zolt_appl_mac_stack_addr_entry_t>},
         {"string and int key, bool value",
          [] {
              return answer(rows({"[\"Gi 1/1\",1]", "[\"Gi 1/1\",2,3]"}, "true"));
