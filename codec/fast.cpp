@@ -109,12 +109,12 @@ bool read_string(const Type&, const Scalar& json, void* target) {
     return true;
 }
 
-// The same C library call as the tree-based reader, on the same NUL-terminated text.
+// The same C library call as the tree-based reader, on the same text: the parser ends every
+// text it reports with a NUL, so the call stops at the first NUL just as it does on c_str().
 bool read_mac(const Type&, const Scalar& json, void* target) {
     if (json.kind != Scalar::Kind::text) return false;
-    const std::string text(json.data, json.size);
     struct ether_addr bytes;
-    if (ether_aton_r(text.c_str(), &bytes) == nullptr) return false;
+    if (ether_aton_r(json.data, &bytes) == nullptr) return false;
     std::memcpy(as<zolt_mac_t>(target).addr, bytes.ether_addr_octet, sizeof bytes.ether_addr_octet);
     return true;
 }
@@ -274,19 +274,19 @@ bool read_vlan(const Type&, const Scalar& json, void* target) {
 }
 
 // Element 1: the text up to its first NUL, split at ':' the way std::getline splits it, each
-// piece through strtol base 16; pieces past the sixth are read and dropped.
+// piece through strtol base 16; pieces past the sixth are read and dropped. strtol runs on the
+// text in place: nothing it takes (blanks, a sign, "0x", hex digits) is a ':', so it stops
+// within the piece and reads what it reads of the piece alone.
 bool read_split_mac(const Type&, const Scalar& json, void* target) {
     if (json.kind != Scalar::Kind::text) return false;
-    const std::string text(json.data, strnlen(json.data, json.size));
+    const char* const end = json.data + strnlen(json.data, json.size);
     zolt_mac_t& mac = as<zolt_mac_t>(target);
-    std::size_t start = 0;
-    for (std::size_t i = 0; start < text.size(); ++i) {
-        std::size_t end = text.find(':', start);
-        if (end == std::string::npos) end = text.size();
-        const std::string piece = text.substr(start, end - start);
-        const long byte = std::strtol(piece.c_str(), nullptr, 16);
+    const char* piece = json.data;
+    for (std::size_t i = 0; piece < end; ++i) {
+        const long byte = std::strtol(piece, nullptr, 16);
         if (i < sizeof mac.addr) mac.addr[i] = static_cast<unsigned char>(byte);
-        start = end + 1;
+        const void* colon = std::memchr(piece, ':', static_cast<std::size_t>(end - piece));
+        piece = colon != nullptr ? static_cast<const char*>(colon) + 1 : end;
     }
     return true;
 }
