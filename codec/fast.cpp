@@ -72,15 +72,10 @@ bool read_bool(const Type&, const Scalar& json, void* target) {
     return true;
 }
 
-bool read_int(const Type&, const Scalar& json, void* target) {
+template <class T>
+bool read_signed(const Type&, const Scalar& json, void* target) {
     if (!is_int(json)) return false;
-    as<int>(target) = static_cast<int>(signed_value(json));
-    return true;
-}
-
-bool read_short(const Type&, const Scalar& json, void* target) {
-    if (!is_int(json)) return false;
-    as<short>(target) = static_cast<short>(signed_value(json));
+    as<T>(target) = static_cast<T>(signed_value(json));
     return true;
 }
 
@@ -160,8 +155,8 @@ constexpr Type scalar_type(bool (*read)(const Type&, const Scalar&, void*)) {
 }
 
 const Type kBool = scalar_type(&read_bool);
-const Type kInt = scalar_type(&read_int);
-const Type kShort = scalar_type(&read_short);
+const Type kInt = scalar_type(&read_signed<int>);
+const Type kShort = scalar_type(&read_signed<short>);
 const Type kU8 = scalar_type(&read_unsigned<unsigned char>);
 const Type kU16 = scalar_type(&read_unsigned<unsigned short>);
 const Type kU32 = scalar_type(&read_unsigned<unsigned int>);
@@ -217,29 +212,29 @@ bool mark(Frame& frame, std::size_t index) {
     return true;
 }
 
+// The key at `position` in key order against `name`.
+int compare_at(const Record& record, std::size_t position, const char* name, std::size_t size) {
+    const Field& field = record.fields[record.order[position]];
+    return compare_key(field.key, field.size, name, size);
+}
+
 bool record_key(Frame& frame, const char* name, std::size_t size) {
     const Record& record = *static_cast<const Record*>(frame.type->info);
-    const Field* fields = record.fields;
     // Writers usually list members in key order, so the one after the last match comes first.
     std::size_t position = frame.cursor;
-    if (position >= record.count ||
-        compare_key(fields[record.order[position]].key, fields[record.order[position]].size, name,
-                    size) != 0) {
+    if (position >= record.count || compare_at(record, position, name, size) != 0) {
         std::size_t low = 0;
         std::size_t high = record.count;
         while (low < high) {
             const std::size_t middle = (low + high) / 2;
-            const Field& candidate = fields[record.order[middle]];
-            if (compare_key(candidate.key, candidate.size, name, size) < 0) {
+            if (compare_at(record, middle, name, size) < 0) {
                 low = middle + 1;
             } else {
                 high = middle;
             }
         }
         position = low;
-        if (position == record.count ||
-            compare_key(fields[record.order[position]].key, fields[record.order[position]].size,
-                        name, size) != 0) {
+        if (position == record.count || compare_at(record, position, name, size) != 0) {
             frame.member = -1;  // unknown members are ignored
             return true;
         }
@@ -263,14 +258,12 @@ bool record_close(Frame& frame) {
 // --- the MAC table's key -------------------------------------------------------------------------
 
 // Element 0 is read without a type test: integers in the unsigned range and null (0) are certain.
-bool read_vlan(const Type&, const Scalar& json, void* target) {
+bool read_vlan(const Type& self, const Scalar& json, void* target) {
     if (json.kind == Scalar::Kind::null) {
         as<unsigned short>(target) = 0;
         return true;
     }
-    if (!is_uint(json)) return false;
-    as<unsigned short>(target) = static_cast<unsigned short>(json.magnitude);
-    return true;
+    return read_unsigned<unsigned short>(self, json, target);
 }
 
 // Element 1: the text up to its first NUL, split at ':' the way std::getline splits it, each
@@ -366,11 +359,8 @@ struct Router {
 
     bool Null() { return scalar(Scalar{Scalar::Kind::null, false, false, 0, nullptr, 0}); }
     bool Bool(bool b) { return scalar(Scalar{Scalar::Kind::boolean, b, false, 0, nullptr, 0}); }
-    bool Int(int i) {
-        return integer(i < 0, i < 0 ? std::uint64_t{0} - static_cast<std::uint64_t>(i)
-                                    : static_cast<std::uint64_t>(i));
-    }
-    bool Uint(unsigned u) { return integer(false, u); }
+    bool Int(int i) { return Int64(i); }
+    bool Uint(unsigned u) { return Uint64(u); }
     bool Int64(std::int64_t i) {
         return integer(i < 0, i < 0 ? std::uint64_t{0} - static_cast<std::uint64_t>(i)
                                     : static_cast<std::uint64_t>(i));
