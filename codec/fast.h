@@ -78,7 +78,7 @@ struct Frame {
 // decoded into `result` by `result_type`, and nothing in the text leaves room for doubt.
 bool decode_answer(const char* text, std::size_t size, const Type& result_type, void* result);
 
-// Types that skip any value; that take only null; and that never decode.
+// Types that skip any value, and that never decode.
 const Type& any_value();
 const Type& never();
 
