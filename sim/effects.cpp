@@ -56,11 +56,6 @@ void replace(Model& model, Json::Value changed, Model::Clock::time_point now) {
     model.restore(document, now);
 }
 
-Json::Value rows_of(const Json::Value& snapshot, const char* table) {
-    const Json::Value& rows = snapshot["tables"][table];
-    return rows.isArray() ? rows : Json::Value(Json::arrayValue);
-}
-
 Json::Value singleton(const Json::Value& value) {
     Json::Value row(Json::objectValue);
     row["key"] = Json::Value();
@@ -237,8 +232,7 @@ void Effects::copy(const Json::Value& request) {
     }
 
     const Model::Clock::time_point now = Model::Clock::now();
-    const Json::Value current = model_.snapshot(now);
-    Json::Value files = rows_of(current, kFiles);
+    Json::Value files = model_.rows(kFiles, now);
     const Json::Value* source_entry = file_entry(files, source_file);
     const bool source_listed = source_entry != nullptr;
     const Json::UInt source_bytes = source_listed ? (*source_entry)["Bytes"].asUInt() : 0;
@@ -251,7 +245,7 @@ void Effects::copy(const Json::Value& request) {
                (destination != "runningConfig" && destination_file.empty())) {
         status = "errSaveDst";
     } else if (source == "runningConfig") {
-        list_file(files, destination_file, written_size(current));
+        list_file(files, destination_file, written_size(model_.snapshot(now)));
         if (!state_file.empty()) {
             std::error_code error;
             const auto bytes = std::filesystem::file_size(state_file, error);
@@ -277,33 +271,25 @@ void Effects::control(const Json::Value& request) {
     const std::string deleted = text_of(request["DeleteFile"]);
     const std::string reload = text_of(request["ReloadDefault"]);
     const Model::Clock::time_point now = Model::Clock::now();
-    Json::Value current = model_.snapshot(now);
 
     if (!deleted.empty()) {
+        const Json::Value listed = model_.rows(kFiles, now);
         Json::Value files(Json::arrayValue);
-        for (const Json::Value& row : rows_of(current, kFiles)) {
+        for (const Json::Value& row : listed) {
             if (row["val"]["FileName"] != Json::Value(deleted)) files.append(row);
         }
-        if (files.size() != rows_of(current, kFiles).size()) {
-            replace(model_, file_tables(files), now);
-            current = model_.snapshot(now);
-        }
+        if (files.size() != listed.size()) replace(model_, file_tables(files), now);
     }
     if (reload != "default" && reload != "defaultKeepIp") return;
 
-    // A fresh switch of the same size gives every table its first state; a table it does not
-    // hold at all is empty on a fresh switch.
+    // A fresh switch of the same size holds every table in its first state. The tables that
+    // stay are left out, and the restore keeps them as they are (counters running on).
     const Model fresh(static_cast<int>(model_.port_names().size()), now);
     Json::Value tables = fresh.snapshot(now)["tables"];
-    const Json::Value& before = current["tables"];
-    for (const std::string& name : before.getMemberNames()) {
+    for (const std::string& name : tables.getMemberNames()) {
         bool keep = reload == "defaultKeepIp" && name.rfind(kIpPrefix, 0) == 0;
         for (const char* kept : kKeptByReload) keep = keep || name == kept;
-        if (keep || Traffic::counts(name)) {
-            tables[name] = before[name];
-        } else if (!tables.isMember(name)) {
-            tables[name] = Json::Value(Json::arrayValue);
-        }
+        if (keep || Traffic::counts(name)) tables.removeMember(name);
     }
     replace(model_, tables, now);
     add_login_();
@@ -320,8 +306,7 @@ void Effects::reboot() {
 
 void Effects::swap_firmware() {
     const Model::Clock::time_point now = Model::Clock::now();
-    const Json::Value current = model_.snapshot(now);
-    Json::Value images = rows_of(current, kImages);
+    Json::Value images = model_.rows(kImages, now);
     Json::Value* active = nullptr;
     Json::Value* alternative = nullptr;
     for (Json::Value& row : images) {
@@ -356,8 +341,7 @@ void Effects::upload(const Json::Value& request) {
 
 void Effects::clear_history(int unit, const std::string& level) {
     const Model::Clock::time_point now = Model::Clock::now();
-    const Json::Value current = model_.snapshot(now);
-    const Json::Value history = rows_of(current, kHistory);
+    const Json::Value history = model_.rows(kHistory, now);
     Json::Value kept(Json::arrayValue);
     for (const Json::Value& row : history) {
         const bool this_unit = row["key"].isArray() && row["key"][0u] == unit;

@@ -495,19 +495,30 @@ void Model::derive_fdb_status() {
     }
 }
 
+Json::Value Model::rows_locked(const std::string& name, Clock::time_point now) const {
+    const auto stored_rows = state_.find(name);
+    if (stored_rows == state_.end()) {
+        throw std::logic_error("the schema has no table " + name);
+    }
+    const Table& table = *tables_.at(name);
+    Json::Value rows(Json::arrayValue);
+    for (const auto& stored : stored_rows->second) {
+        rows.append(row(stored.first, read_row(table, stored.first, stored.second, now)));
+    }
+    return rows;
+}
+
+Json::Value Model::rows(const std::string& table, Clock::time_point now) const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return rows_locked(table, now);
+}
+
 Json::Value Model::snapshot(Clock::time_point now) const {
     std::lock_guard<std::mutex> lock(mutex_);
     Json::Value document(Json::objectValue);
     document["ports"] = static_cast<int>(ports_.size());
     Json::Value& tables = document["tables"] = Json::Value(Json::objectValue);
-    for (const auto& entry : state_) {
-        const Table& table = *tables_.at(entry.first);
-        Json::Value rows(Json::arrayValue);
-        for (const auto& stored : entry.second) {
-            rows.append(row(stored.first, read_row(table, stored.first, stored.second, now)));
-        }
-        tables[entry.first] = rows;
-    }
+    for (const auto& entry : state_) tables[entry.first] = rows_locked(entry.first, now);
     return document;
 }
 

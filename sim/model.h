@@ -63,6 +63,10 @@ public:
     // counters are written as they read at `now`.
     Json::Value snapshot(Clock::time_point now = Clock::now()) const;
 
+    // One table's rows in the snapshot's form [{"key": K, "val": V}...], counters as they read
+    // at `now`. Throws std::logic_error for a table the schema does not have.
+    Json::Value rows(const std::string& table, Clock::time_point now = Clock::now()) const;
+
     // Replaces every table the document names with its rows (tables it does not name keep their
     // state). Counter rows it brings count on from `now`; when it brings any, the counters it
     // does not name count on from what they read at `now`. Every key member and value goes
@@ -95,6 +99,7 @@ private:
                      Clock::time_point now);
     void derive_fdb_status();
     Json::Value load_table(const Table& table, const Json::Value& rows) const;
+    Json::Value rows_locked(const std::string& table, Clock::time_point now) const;
 
     std::vector<std::string> ports_;
     std::map<std::string, std::unique_ptr<Table>> tables_;
