@@ -77,13 +77,6 @@ std::string local_time_text() {
 
 std::string text_of(const Json::Value& value) { return value.isString() ? value.asString() : ""; }
 
-// How many bytes the configuration takes when written out as a state file is.
-Json::UInt written_size(const Json::Value& snapshot) {
-    Json::StreamWriterBuilder styled;
-    styled["indentation"] = "  ";
-    return static_cast<Json::UInt>(Json::writeString(styled, snapshot).size() + 1);
-}
-
 // The file list `files` with `name` at `bytes`, modified now: its own entry updated, or a new
 // entry under the next free key.
 void list_file(Json::Value& files, const std::string& name, Json::UInt bytes) {
@@ -245,12 +238,19 @@ void Effects::copy(const Json::Value& request) {
                (destination != "runningConfig" && destination_file.empty())) {
         status = "errSaveDst";
     } else if (source == "runningConfig") {
-        list_file(files, destination_file, written_size(model_.snapshot(now)));
-        if (!state_file.empty()) {
-            std::error_code error;
-            const auto bytes = std::filesystem::file_size(state_file, error);
+        // The configuration takes as many bytes as its state file: the one just written, or
+        // else the text such a file would hold.
+        std::error_code error;
+        const bool saved_file = !state_file.empty();
+        const Json::UInt saved_bytes =
+            saved_file ? static_cast<Json::UInt>(std::filesystem::file_size(state_file, error)) : 0;
+        const bool measured = saved_file && !error;
+        list_file(files, destination_file,
+                  measured ? saved_bytes
+                           : static_cast<Json::UInt>(state_text(model_.snapshot(now)).size()));
+        if (saved_file) {
             list_file(files, std::filesystem::path(state_file).filename().string(),
-                      error ? 0 : static_cast<Json::UInt>(bytes));
+                      measured ? saved_bytes : 0);
         }
     } else if (!source_listed) {
         status = "errNoSuchFile";

@@ -1,6 +1,7 @@
 #include "sim/model.h"
 
 #include <json/reader.h>
+#include <json/writer.h>
 
 #include <algorithm>
 #include <exception>
@@ -493,6 +494,12 @@ void Model::derive_fdb_status() {
             entry.second = make_value(*per_port->second, merge(entry.second, count));
         }
     }
+}
+
+std::string state_text(const Json::Value& snapshot) {
+    Json::StreamWriterBuilder styled;
+    styled["indentation"] = "  ";
+    return Json::writeString(styled, snapshot) + '\n';
 }
 
 Json::Value Model::rows_locked(const std::string& name, Clock::time_point now) const {

@@ -45,6 +45,9 @@ struct CallSummary {
     int error = 0;       // the error code answered, 0 for success
 };
 
+// A snapshot as the state file holds it: indented JSON and a final line break.
+std::string state_text(const Json::Value& snapshot);
+
 class Model {
 public:
     using Clock = std::chrono::steady_clock;

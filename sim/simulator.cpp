@@ -399,9 +399,7 @@ struct Simulator::Impl {
         const std::string temporary = options.state_file + ".tmp";
         {
             std::ofstream out(temporary, std::ios::trunc);
-            Json::StreamWriterBuilder styled;
-            styled["indentation"] = "  ";
-            out << Json::writeString(styled, model.snapshot()) << '\n';
+            out << state_text(model.snapshot());
             out.close();
             if (!out) throw std::runtime_error("state file " + temporary + ": cannot write");
         }
