@@ -1,7 +1,6 @@
 #include "sim/effects.h"
 
 #include <json/reader.h>
-#include <json/writer.h>
 
 #include <cstdio>
 #include <ctime>
@@ -300,7 +299,7 @@ void Effects::reboot() {
         Json::Value params(Json::arrayValue);
         params.append(port);
         params.append(true);
-        call(kClearCounters, params);
+        model_.call(kClearCounters, params);
     }
 }
 
@@ -352,16 +351,6 @@ void Effects::clear_history(int unit, const std::string& level) {
     Json::Value changed(Json::objectValue);
     changed[kHistory] = kept;
     replace(model_, changed, now);
-}
-
-Json::Value Effects::call(const std::string& method, const Json::Value& params) {
-    Json::Value request(Json::objectValue);
-    request["id"] = "simulator";
-    request["method"] = method;
-    request["params"] = params;
-    Json::StreamWriterBuilder writer;
-    writer["indentation"] = "";
-    return model_.answer(Json::writeString(writer, request));
 }
 
 }  // namespace zolt_sim

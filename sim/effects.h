@@ -57,8 +57,6 @@ private:
     void upload(const Json::Value& request);
     void clear_history(int unit, const std::string& level);
 
-    Json::Value call(const std::string& method, const Json::Value& params);
-
     Model& model_;
     std::function<std::string()> save_state_;
     std::function<void()> add_login_;

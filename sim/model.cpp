@@ -272,6 +272,19 @@ Json::Value Model::answer(const std::string& body, CallSummary* summary) {
     return dispatch(request, out);
 }
 
+Json::Value Model::call(const std::string& method, const Json::Value& params) {
+    static const Json::StreamWriterBuilder compact = [] {
+        Json::StreamWriterBuilder writer;
+        writer["indentation"] = "";
+        return writer;
+    }();
+    Json::Value request(Json::objectValue);
+    request["id"] = "simulator";
+    request["method"] = method;
+    request["params"] = params;
+    return answer(Json::writeString(compact, request));
+}
+
 Json::Value Model::dispatch(const Json::Value& request, CallSummary& summary) {
     Json::Value answer(Json::objectValue);
     answer["id"] = request.isObject() ? request.get("id", Json::Value()) : Json::Value();

@@ -62,6 +62,10 @@ public:
     // The answer object to one HTTP body: always "id", "error" and "result". Thread-safe.
     Json::Value answer(const std::string& body, CallSummary* summary = nullptr);
 
+    // The answer to one call made the way a client makes it, so that the simulator's own reads
+    // and writes follow the same rules as those through the network. Thread-safe.
+    Json::Value call(const std::string& method, const Json::Value& params);
+
     // The whole state as a document {"ports": N, "tables": {name: [{"key": K, "val": V}...]}};
     // counters are written as they read at `now`.
     Json::Value snapshot(Clock::time_point now = Clock::now()) const;

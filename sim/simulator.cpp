@@ -293,16 +293,6 @@ struct Simulator::Impl {
         }
     }
 
-    // One call on the model, made the way a client makes it, so the users table is read and
-    // written by the same rules as through the network.
-    Json::Value call(const char* method, const Json::Value& params) {
-        Json::Value request(Json::objectValue);
-        request["id"] = "simulator";
-        request["method"] = method;
-        request["params"] = params;
-        return model.answer(Json::writeString(writer, request));
-    }
-
     // The account the simulator was started with, with a plain password and the top privilege.
     // A state file that holds a users table replaces it when it is loaded.
     void add_starting_account() {
@@ -313,7 +303,7 @@ struct Simulator::Impl {
         Json::Value params(Json::arrayValue);
         params.append(options.user);
         params.append(account);
-        call("users.config.global.add", params);
+        model.call("users.config.global.add", params);
     }
 
     // The Basic credentials name a user of the users table whose password is the one given, so
@@ -327,7 +317,7 @@ struct Simulator::Impl {
         }
         Json::Value params(Json::arrayValue);
         params.append(user);
-        const Json::Value answer = call("users.config.global.get", params);
+        const Json::Value answer = model.call("users.config.global.get", params);
         const Json::Value& account = answer["result"];
         return answer["error"].isNull() && account.isObject() && account["Encrypted"] == false &&
                account["Password"] == Json::Value(password);
