@@ -39,6 +39,14 @@ bool wrong_type(const char* expected, const Json::Value& json, std::string& why)
     return false;
 }
 
+// A value the switch stores as it came, once it is of the JSON type expected.
+bool as_it_came(bool fits, const char* expected, const Json::Value& json, Json::Value& stored,
+                std::string& why) {
+    if (!fits) return wrong_type(expected, json, why);
+    stored = json;
+    return true;
+}
+
 bool is_integer(const Json::Value& json) {
     return json.type() == Json::intValue || json.type() == Json::uintValue;
 }
@@ -174,15 +182,11 @@ bool check_record(const Type& type, const Json::Value& json, Json::Value& stored
 bool check(const Type& type, const Json::Value& json, Json::Value& stored, std::string& why) {
     switch (type.kind) {
         case Kind::boolean:
-            if (!json.isBool()) return wrong_type("a boolean", json, why);
-            stored = json;
-            return true;
+            return as_it_came(json.isBool(), "a boolean", json, stored, why);
         case Kind::integer:
             return check_integer(type, json, stored, why);
         case Kind::text:
-            if (!json.isString()) return wrong_type("a string", json, why);
-            stored = json;
-            return true;
+            return as_it_came(json.isString(), "a string", json, stored, why);
         case Kind::mac:
             return check_mac(json, stored, why);
         case Kind::hex:
@@ -195,15 +199,10 @@ bool check(const Type& type, const Json::Value& json, Json::Value& stored, std::
             stored = Json::Value(Json::arrayValue);
             for (Json::ArrayIndex i = 0; i < json.size(); ++i) {
                 Json::Value element;
-                bool ok = false;
-                if (type.kind == Kind::integer_list) {
-                    ok = check_integer(type, json[i], element, why);
-                } else if (json[i].isString()) {
-                    element = json[i];
-                    ok = true;
-                } else {
-                    wrong_type("a string", json[i], why);
-                }
+                const bool ok =
+                    type.kind == Kind::integer_list
+                        ? check_integer(type, json[i], element, why)
+                        : as_it_came(json[i].isString(), "a string", json[i], element, why);
                 if (!ok) {
                     why = "element " + std::to_string(i + 1) + ": " + why;
                     return false;
@@ -225,9 +224,7 @@ bool check(const Type& type, const Json::Value& json, Json::Value& stored, std::
         case Kind::record:
             return check_record(type, json, stored, why);
         case Kind::opaque:
-            if (!json.isObject()) return wrong_type("an object", json, why);
-            stored = json;
-            return true;
+            return as_it_came(json.isObject(), "an object", json, stored, why);
     }
     why = "no check for this type";
     return false;
