@@ -147,8 +147,8 @@ BUILTIN_SAMPLES = {
 FIELD_WORDS = {w.field: w.type for w in WORDS if w.field}
 FIELD_WORDS.update({"zolt_ipv4_uc_t": IPV4_ROUTE, "NAS_ifindex_index": IFINDEX})
 # Argument and output words, spelled as C++ does.
-CPP_WORDS = {w.arg: w.type for w in WORDS if w.arg and " " not in w.arg.replace("unsigned ", "")
-             and "<" not in w.arg and w.type != MAC}
+# The scalars alone: vector<...> is read by its parts, zolt_mac_t as a named record.
+CPP_WORDS = {w.arg: w.type for w in WORDS if w.arg and w.type.kind == "scalar"}
 
 
 def passing_of(t):
@@ -1141,14 +1141,10 @@ def gen_sim(families, loader):
     return "".join(out)
 
 
-SCHEMA_WORDS = {U8: "unsigned char", U16: "unsigned short", U32: "unsigned int", I32: "int",
-                BOOL: "bool", STRING: "string", STRINGS: "vector<string>"}
-
-
 def schema_spelling(t):
     """An argument or output type as a method line writes it (without const&)."""
-    if t in SCHEMA_WORDS:
-        return SCHEMA_WORDS[t]
+    if t in WORD_OF and WORD_OF[t].arg:
+        return WORD_OF[t].arg
     if t.kind == "map":
         return f"map<{schema_spelling(t.args[0])}, {schema_spelling(t.args[1])}>"
     if t.kind == "tuple":
