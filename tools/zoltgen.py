@@ -1046,12 +1046,14 @@ def sim_check(t):
 def merged_default(values, loader):
     """A fresh row of a table: the default of its value type; for a table served by several
     record types, the union of their defaults, so that a get of every type finds its members."""
-    out = None
-    for v in values:
-        d = default_json(v, loader)
-        out = dict(out or {}, **d) if isinstance(d, dict) and (out is None or isinstance(out, dict)) \
-            else (d if out is None else out)
-    return out
+    defaults = [default_json(v, loader) for v in values]
+    if not isinstance(defaults[0], dict):
+        return defaults[0]
+    merged = {}
+    for d in defaults:
+        if isinstance(d, dict):
+            merged.update(d)
+    return merged
 
 
 def gen_sim(families, loader):
