@@ -1248,6 +1248,18 @@ def sweep_rank(m):
     return values.index(t)
 
 
+def sweep_methods(fam):
+    """A family's methods in the sweep's order: per table, a write before a read and a delete."""
+    return sorted(fam.methods, key=lambda m: (m.table, sweep_rank(m), SWEEP_ORDER[m.shape]))
+
+
+def sweep_args(m, loader):
+    """A sweep call's arguments: keys the simulator's fresh state knows, then a value unlike a
+    fresh switch's."""
+    return [written_json(a.type, loader) if i >= m.key_count else sample_json(a.type, loader)
+            for i, a in enumerate(m.args)]
+
+
 def undecodable(m):
     """True when the library cannot decode a non-empty answer of this method: a row of a table
     with three or four key members or of a key-only table, or an opaque record."""
@@ -1273,12 +1285,8 @@ def gen_sweep(families, loader):
         for m in fam.methods:
             if m.shape in ("set", "add") and len(m.args) > m.key_count:
                 written.add((m.table, m.args[-1].type))
-        methods = sorted(fam.methods, key=lambda m: (m.table, sweep_rank(m), SWEEP_ORDER[m.shape]))
-        for m in methods:
-            args = []
-            for i, a in enumerate(m.args):
-                args.append(written_json(a.type, loader) if i >= m.key_count
-                            else sample_json(a.type, loader))
+        for m in sweep_methods(fam):
+            args = sweep_args(m, loader)
             key = args[:m.key_count] if m.shape != "get_all" else []
             expected = "nullptr"
             if m.out is not None and m.out.kind not in ("map", "opaque") and (m.table, m.out) in written:

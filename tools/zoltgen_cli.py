@@ -129,18 +129,13 @@ def gen_sweep(families, loader):
            "edit.\n",
            '#include "support/cli_sweep.h"\n\nnamespace zolt_test {\n\nconst CliCall kCliSweep[] = {\n']
     for fam in families:
-        methods = sorted(fam.methods, key=lambda m: (m.table, zoltgen.sweep_rank(m),
-                                                     zoltgen.SWEEP_ORDER[m.shape]))
-        for m in methods:
+        for m in zoltgen.sweep_methods(fam):
             # The overload's place among those of its method string, 1-based, as `describe`
             # lists them.
             same = [x for x in fam.methods if x.rpc == m.rpc]
             place = same.index(m) + 1
-            args = []
-            for n, a in enumerate(m.args):
-                value = (zoltgen.written_json(a.type, loader) if n >= m.key_count
-                         else zoltgen.sample_json(a.type, loader))
-                args.append(zoltgen.c_string(json.dumps(value, separators=(",", ":"))))
+            args = [zoltgen.c_string(json.dumps(value, separators=(",", ":")))
+                    for value in zoltgen.sweep_args(m, loader)]
             out.append(f"    {{{zoltgen.c_string(m.rpc)}, {zoltgen.c_string(m.shape)}, {place}, "
                        f"{len(m.args)}, {{{', '.join(args) or 'nullptr'}}}}},\n")
     out.append("};\n\nconst std::size_t kCliSweepCount = sizeof(kCliSweep) / sizeof(kCliSweep[0]);"
