@@ -50,13 +50,8 @@ def kind_of(t):
 
 def word_of(t):
     """A type as a record field's type word of the schema, else its plain C++ spelling."""
-    if t.kind in ("scalar", "timestamp"):
-        return t.name
-    if t == zoltgen.BYTES:
-        return "byte list"
-    if t.kind == "vector":
-        return "list of " + t.args[0].name
-    return plain(t.cpp)
+    word = zoltgen.WORD_OF.get(t)
+    return word.field if word is not None and word.field else plain(t.cpp)
 
 
 def ident(t):
