@@ -63,22 +63,19 @@ extern const Invoker kInvokers[];
 extern const std::size_t kInvokerCount;
 
 // The invoker whose signature is `signature`, compared with runs of blanks as one; null if none.
+// The generated signatures already use single blanks, so only `signature` is squeezed.
 inline const Invoker* find_invoker(const std::string& signature) {
-    auto squeeze = [](const std::string& text) {
-        std::string out;
-        for (char c : text) {
-            if (c == ' ' || c == '\t') {
-                if (!out.empty() && out.back() != ' ') out += ' ';
-            } else {
-                out += c;
-            }
+    std::string wanted;
+    for (char c : signature) {
+        if (c == ' ' || c == '\t') {
+            if (!wanted.empty() && wanted.back() != ' ') wanted += ' ';
+        } else {
+            wanted += c;
         }
-        while (!out.empty() && out.back() == ' ') out.pop_back();
-        return out;
-    };
-    const std::string wanted = squeeze(signature);
+    }
+    while (!wanted.empty() && wanted.back() == ' ') wanted.pop_back();
     for (std::size_t i = 0; i < kInvokerCount; ++i) {
-        if (squeeze(kInvokers[i].signature) == wanted) return &kInvokers[i];
+        if (wanted == kInvokers[i].signature) return &kInvokers[i];
     }
     return nullptr;
 }
