@@ -100,22 +100,6 @@ std::string cell(const Json::Value& value, const Type* type) {
     return compact_json(value, type);
 }
 
-void write_rows(std::ostream& out, const std::vector<std::vector<std::string>>& rows) {
-    std::vector<std::size_t> width;
-    for (const auto& row : rows) {
-        if (width.size() < row.size()) width.resize(row.size(), 0);
-        for (std::size_t i = 0; i < row.size(); ++i) width[i] = std::max(width[i], row[i].size());
-    }
-    for (const auto& row : rows) {
-        std::string line;
-        for (std::size_t i = 0; i < row.size(); ++i) {
-            line += row[i];
-            if (i + 1 < row.size()) line += std::string(width[i] - row[i].size() + 2, ' ');
-        }
-        out << line << '\n';
-    }
-}
-
 void write_get_all(std::ostream& out, const Json::Value& rows, const Type* type) {
     const Type* key = part(type, 0);
     const Type* val = part(type, 1);
@@ -172,6 +156,22 @@ std::string compact_json(const Json::Value& value, const Type* type) {
     std::ostringstream out;
     write_value(out, value, type, 0, false);
     return out.str();
+}
+
+void write_rows(std::ostream& out, const std::vector<std::vector<std::string>>& rows) {
+    std::vector<std::size_t> width;
+    for (const auto& row : rows) {
+        if (width.size() < row.size()) width.resize(row.size(), 0);
+        for (std::size_t i = 0; i < row.size(); ++i) width[i] = std::max(width[i], row[i].size());
+    }
+    for (const auto& row : rows) {
+        std::string line;
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            line += row[i];
+            if (i + 1 < row.size()) line += std::string(width[i] - row[i].size() + 2, ' ');
+        }
+        out << line << '\n';
+    }
 }
 
 void write_table(std::ostream& out, const Json::Value& value, const Type* type) {

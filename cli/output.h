@@ -7,6 +7,7 @@
 
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include "cli/catalog.h"
 
@@ -23,5 +24,9 @@ std::string compact_json(const Json::Value& value, const Type* type);
 // declared order); a record as field/value lines; a list one element a line; a scalar as it is.
 // Texts appear without quotes.
 void write_table(std::ostream& out, const Json::Value& value, const Type* type);
+
+// Rows of cells as aligned columns: every cell but a row's last is padded to its column's widest
+// cell and two blanks.
+void write_rows(std::ostream& out, const std::vector<std::vector<std::string>>& rows);
 
 }  // namespace zolt_cli

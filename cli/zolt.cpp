@@ -3,7 +3,6 @@
 #include <json/reader.h>
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <exception>
@@ -176,20 +175,12 @@ int list_methods(std::ostream& out, const Options& options, const std::string& f
         if (!filter.empty() && std::string(o.method).find(filter) == std::string::npos) continue;
         rows.push_back({o.method, o.shape, param_list(o), o.output ? o.output->name : "-"});
     }
-    std::vector<std::size_t> width(4, 0);
-    for (const auto& row : rows) {
-        for (std::size_t i = 0; i < row.size(); ++i) width[i] = std::max(width[i], row[i].size());
+    if (options.output == "table") {
+        write_rows(out, rows);
+        return kSuccess;
     }
     for (const auto& row : rows) {
-        for (std::size_t i = 0; i < row.size(); ++i) {
-            out << row[i];
-            if (i + 1 == row.size()) break;
-            if (options.output == "table") {
-                out << std::string(width[i] - row[i].size() + 2, ' ');
-            } else {
-                out << '\t';
-            }
-        }
+        for (std::size_t i = 0; i < row.size(); ++i) out << (i ? "\t" : "") << row[i];
         out << '\n';
     }
     return kSuccess;
@@ -229,15 +220,12 @@ int describe(std::ostream& out, const std::string& method) {
         out << '\n';
         if (type->kind == Kind::record) {
             out << "record " << type->name << '\n';
-            std::size_t width = 0;
-            for (std::size_t i = 0; i < type->member_count; ++i) {
-                width = std::max(width, std::strlen(type->members[i].key));
-            }
+            std::vector<std::vector<std::string>> fields;
             for (std::size_t i = 0; i < type->member_count; ++i) {
                 const Member& m = type->members[i];
-                out << "  " << m.key << std::string(width - std::strlen(m.key) + 2, ' ')
-                    << m.type->word << '\n';
+                fields.push_back({"  " + std::string(m.key), m.type->word});
             }
+            write_rows(out, fields);
         } else if (type->kind == Kind::enumeration) {
             out << "enumeration " << type->name << '\n';
             for (std::size_t i = 0; i < type->text_count; ++i) {
