@@ -361,7 +361,7 @@ int edit(const Options& options, const std::vector<std::string>& words) {
                     std::to_string(key_count));
     }
 
-    std::unique_ptr<Handle> handle;
+    Handle handle;
     std::string first_refusal;
     for (const Overload* get : candidates) {
         const Type& record = *get->output;
@@ -392,11 +392,11 @@ int edit(const Options& options, const std::vector<std::string>& words) {
             continue;
         }
 
-        if (!handle) handle = std::make_unique<Handle>(connect(options));
+        if (!handle) handle = connect(options);
         Json::Value row;
         int code = 0;
         try {
-            code = invoke(*get, handle->get(), keys, &row);
+            code = invoke(*get, handle.get(), keys, &row);
         } catch (const ArgumentRefused& e) {
             if (first_refusal.empty()) first_refusal = refusal_text(get->method, *get, e);
             continue;
@@ -409,7 +409,7 @@ int edit(const Options& options, const std::vector<std::string>& words) {
         args.push_back(row);
         Json::Value unused;
         try {
-            code = invoke(set, handle->get(), args, &unused);
+            code = invoke(set, handle.get(), args, &unused);
         } catch (const ArgumentRefused& e) {
             usage_error(refusal_text(set.method, set, e));
         }
