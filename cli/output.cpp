@@ -13,10 +13,14 @@ namespace {
 
 // A scalar as JSON text: JsonCpp's writer does the escaping and the number forms; UTF-8 passes
 // through unescaped, so names in other scripts stay readable.
+// The writer's settings are made once, not for every scalar written.
 std::string scalar_json(const Json::Value& value) {
-    Json::StreamWriterBuilder builder;
-    builder["indentation"] = "";
-    builder["emitUTF8"] = true;
+    static const Json::StreamWriterBuilder builder = [] {
+        Json::StreamWriterBuilder settings;
+        settings["indentation"] = "";
+        settings["emitUTF8"] = true;
+        return settings;
+    }();
     return Json::writeString(builder, value);
 }
 
