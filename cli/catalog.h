@@ -51,14 +51,14 @@ struct Type {
 };
 
 struct Overload {
-    const char* method;    // "port.config.get"
     const char* function;  // "zolt_port_config_get"
     const char* shape;     // "keyed get", "get-all", "set", ...
     const Type* const* params;
     std::size_t param_count;
     std::size_t key_count;  // how many leading parameters (or map key members) form the key
     const Type* output;     // null for a method without output
-    // Calls the typed function with JSON arguments and writes its output back as JSON.
+    // Calls the typed function with JSON arguments and writes its output back as JSON; its
+    // `method` is the overload's method string ("port.config.get").
     const zolt_tool::Invoker* invoker;
 };
 

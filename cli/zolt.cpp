@@ -62,7 +62,7 @@ Json::Value word_json(const std::string& word) {
 std::vector<const Overload*> overloads_of(const std::string& method) {
     std::vector<const Overload*> found;
     for (std::size_t i = 0; i < kOverloadCount; ++i) {
-        if (method == kOverloads[i].method) found.push_back(&kOverloads[i]);
+        if (method == kOverloads[i].invoker->method) found.push_back(&kOverloads[i]);
     }
     return found;
 }
@@ -172,8 +172,10 @@ int list_methods(std::ostream& out, const Options& options, const std::string& f
     std::vector<std::vector<std::string>> rows;
     for (std::size_t i = 0; i < kOverloadCount; ++i) {
         const Overload& o = kOverloads[i];
-        if (!filter.empty() && std::string(o.method).find(filter) == std::string::npos) continue;
-        rows.push_back({o.method, o.shape, param_list(o), o.output ? o.output->name : "-"});
+        if (!filter.empty() && std::string(o.invoker->method).find(filter) == std::string::npos)
+            continue;
+        rows.push_back(
+            {o.invoker->method, o.shape, param_list(o), o.output ? o.output->name : "-"});
     }
     if (options.output == "table") {
         write_rows(out, rows);
@@ -398,10 +400,10 @@ int edit(const Options& options, const std::vector<std::string>& words) {
         try {
             code = invoke(*get, handle.get(), keys, &row);
         } catch (const ArgumentRefused& e) {
-            if (first_refusal.empty()) first_refusal = refusal_text(get->method, *get, e);
+            if (first_refusal.empty()) first_refusal = refusal_text(get->invoker->method, *get, e);
             continue;
         }
-        check_code(get->method, code);
+        check_code(get->invoker->method, code);
         for (const auto& [name, value] : changes) row[name] = value;
 
         const Overload& set = *matching_set(table, *get);
@@ -411,9 +413,9 @@ int edit(const Options& options, const std::vector<std::string>& words) {
         try {
             code = invoke(set, handle.get(), args, &unused);
         } catch (const ArgumentRefused& e) {
-            usage_error(refusal_text(set.method, set, e));
+            usage_error(refusal_text(set.invoker->method, set, e));
         }
-        check_code(set.method, code);
+        check_code(set.invoker->method, code);
         return kSuccess;
     }
     usage_error(first_refusal);
@@ -429,8 +431,8 @@ int completion(std::ostream& out, const std::string& shell) {
     std::set<std::string> tables;
     for (std::size_t i = 0; i < kOverloadCount; ++i) {
         const Overload& o = kOverloads[i];
-        methods.insert(o.method);
-        const std::string method = o.method;
+        methods.insert(o.invoker->method);
+        const std::string method = o.invoker->method;
         const std::string table = method.substr(0, method.rfind('.'));
         if (o.output != nullptr && o.output->kind == Kind::record &&
             method.compare(table.size(), std::string::npos, ".get") == 0 &&

@@ -9,9 +9,10 @@ Output, below `--out DIR` (rewritten only when the text changes):
                    output or a record field can have (name, schema word, kind, enumeration texts,
                    record members in declared order, the parts of lists, maps and tuples, and a
                    round trip through the type's own `parse` and writer), and one entry per typed
-                   function: method string, shape, parameter and output types, and its invoker
-                   among those tools/zoltgen.py writes (gen/tools/invoke.cpp, tools/invoke.h),
-                   which are in the same order: both follow the loader's families and methods
+                   function: name, shape, parameter and output types, and its invoker (which
+                   holds the method string) among those tools/zoltgen.py writes
+                   (gen/tools/invoke.cpp, tools/invoke.h), which are in the same order: both
+                   follow the loader's families and methods
   cli/sweep.cpp    one `zolt call` per typed function with sample arguments, in an order that
                    writes a table before reading and deleting it (the suite's sweep order)
 
@@ -109,7 +110,7 @@ def gen_catalog(families, loader):
     for i, m in enumerate(methods):
         params = f"params_{i}, {len(m.args)}" if m.args else "nullptr, 0"
         output = f"&{ident(m.out)}" if m.out is not None else "nullptr"
-        out.append(f"    {{{zoltgen.c_string(m.rpc)}, {zoltgen.c_string(m.exported)}, "
+        out.append(f"    {{{zoltgen.c_string(m.exported)}, "
                    f"{zoltgen.c_string(SHAPE_WORDS[m.shape])}, {params}, {m.key_count}, "
                    f"{output}, &zolt_tool::kInvokers[{i}]}},\n")
     out.append("};\n\nconst std::size_t kOverloadCount = sizeof(kOverloads) / sizeof(kOverloads[0]);"
