@@ -13,6 +13,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -21,6 +22,7 @@
 #include "sim/effects.h"
 #include "sim/simulator.h"
 #include "support/switch.h"
+#include "support/test_server.h"
 
 namespace {
 
@@ -122,6 +124,20 @@ TEST(SimulatorCopy, RunningToStartupWritesTheStateFileAndListsIt) {
     EXPECT_EQ(copy(sw.handle(), kRunning, "", kStartup, ""), zolt_appl_icfg_copy_status_success);
     EXPECT_EQ(files(sw.handle()).size(), 3u);
     std::remove(path.c_str());
+}
+
+TEST(SimulatorCopy, AStateFileThatCannotBeWrittenIsErrSaveDst) {
+    Options options;
+    options.state_file = testing::TempDir() + "zolt_effects_" + std::to_string(getpid()) +
+                         "_no_such_directory/startup.json";
+    zolt_sim::Simulator simulator(options);
+    simulator.start();
+    const rest_conn_t conn = zolt_test::make_conn(simulator.url(), 5, "admin", "admin");
+    void* h = zoltclient_init(&conn);
+    EXPECT_EQ(copy(h, kRunning, "", kStartup, ""), zolt_appl_icfg_copy_status_errSaveDst);
+    EXPECT_FALSE(file(files(h), "startup.json").has_value());
+    zoltclient_deinit(h);
+    EXPECT_THROW(simulator.stop(), std::runtime_error) << "nor can the stop write it";
 }
 
 TEST(SimulatorCopy, EachCopyHasItsOutcomeAndOnlyTheDoneOnesList) {
