@@ -254,11 +254,25 @@ TEST_F(Cli, UsageErrorsExitWithTwoAndSayWhatIsWrong) {
                 "zolt: port.config.get: overload 1 takes 1 arguments, not 0\n");
     expect_exit(run_in_process({"call", "port.config.get"}), 2,
                 "zolt: no switch given: use --url URL or set ZOLT_URL\n");
+    expect_exit(zolt({"call"}), 2, "zolt: call: no METHOD given\n");
+    expect_exit(zolt({"edit"}), 2, "zolt: edit: no TABLE given\n");
+    expect_exit(zolt({"edit", "port.status", "Gi 1/1", "Link=true"}), 2,
+                "zolt: \"port.status\" is no table whose records can be read and written back\n");
+    expect_exit(zolt({"edit", "port.config", "Gi 1/1", "MTU=9000", "FC"}), 2,
+                "zolt: port.config: \"FC\" is no FIELD=VALUE\n");
+    expect_exit(zolt({"completion", "zsh"}), 2,
+                "zolt: completion: only bash is supported, not \"zsh\"\n");
+    expect_exit(zolt({"--timeout", "-1", "call", "port.config.get"}), 2,
+                "zolt: --timeout must not be negative\n");
+    expect_exit(run_in_process({"--url", std::string(2084, 'u'), "call", "port.config.get"}), 2,
+                "zolt: --url is longer than 2083 bytes\n");
     for (const std::vector<std::string>& args :
          {std::vector<std::string>{"frobnicate"}, {"--output", "yaml", "methods"}}) {
         const Result r = zolt(args);
         EXPECT_EQ(r.status, 2);
         EXPECT_EQ(r.err.rfind("zolt: ", 0), 0u) << r.err;
+        EXPECT_NE(r.err.find("\nRun 'zolt --help' for more information.\n"), std::string::npos)
+            << r.err;
     }
 }
 
