@@ -19,6 +19,7 @@
 
 #include "client/zoltclient.h"
 #include "support/test_server.h"
+#include "support/time_zone.h"
 #include "tools/invoke.h"
 
 #ifndef ZOLT_CORPUS_DIR
@@ -32,6 +33,7 @@ struct Exchange {
     int line = 0;  // of its "exchange" line
     std::string title;
     std::string call;
+    std::string zone;  // TZ for this exchange; empty keeps the process's own
     std::string args = "[]";
     std::string request;
     std::string answer;
@@ -114,6 +116,8 @@ std::vector<Exchange> read_corpus(const std::string& name) {
             ex.has_output = ex.has_output || keyword == "output";
         } else if (keyword == "request" || keyword == "answer") {
             if (!rest.empty()) fail("the text of " + keyword + " goes on the lines below");
+        } else if (keyword == "zone") {
+            ex.zone = rest;
         } else if (keyword == "status") {
             ex.status = std::stoi(rest);
         } else if (keyword == "return") {
@@ -171,6 +175,8 @@ void replay(zolt_test::TestServer& server, void* handle, const Exchange& ex) {
     const Json::Value args = json_of(ex.args, "args");
     server.respond(ex.status, ex.answer);
     const std::size_t before = server.count();
+    const zolt_test::TimeZoneGuard zone;
+    if (!ex.zone.empty()) zolt_test::TimeZoneGuard::set(ex.zone.c_str());
 
     Json::Value output;
     int code = -999;
