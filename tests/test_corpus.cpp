@@ -11,6 +11,7 @@
 #include <cctype>
 #include <fstream>
 #include <memory>
+#include <set>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -24,6 +25,9 @@
 
 #ifndef ZOLT_CORPUS_DIR
 #error "ZOLT_CORPUS_DIR names the corpus directory"
+#endif
+#ifndef ZOLT_MANIFEST
+#error "ZOLT_MANIFEST names the generated manifest of typed functions"
 #endif
 
 namespace {
@@ -210,7 +214,35 @@ TEST_P(Corpus, EveryExchangeReplaysExactly) {
     for (const Exchange& ex : exchanges) replay(server, handle(), ex);
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, Corpus, ::testing::ValuesIn(corpus_files()),
+// The families of the schema, from the generator's manifest (first column, after the heading).
+std::set<std::string> schema_families() {
+    std::ifstream in(ZOLT_MANIFEST);
+    if (!in) throw std::runtime_error(std::string(ZOLT_MANIFEST) + ": cannot be read");
+    std::set<std::string> families;
+    std::string line;
+    std::getline(in, line);
+    while (std::getline(in, line)) {
+        if (!line.empty()) families.insert(line.substr(0, line.find('\t')));
+    }
+    return families;
+}
+
+// Every family has worked exchanges, and every corpus file is named after a family, so a file
+// whose name is mistyped is not silently left out.
+TEST(CorpusFiles, OnePerFamilyOfTheSchema) {
+    const std::set<std::string> families = schema_families();
+    std::set<std::string> files;
+    for (const std::string& name : corpus_files()) files.insert(name.substr(0, name.size() - 7));
+    ASSERT_FALSE(families.empty());
+    for (const std::string& family : families) {
+        EXPECT_EQ(files.count(family), 1U) << "no tests/corpus/" << family << ".corpus";
+    }
+    for (const std::string& file : files) {
+        EXPECT_EQ(families.count(file), 1U) << file << ".corpus names no family of the schema";
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(CorpusFile, Corpus, ::testing::ValuesIn(corpus_files()),
                          [](const ::testing::TestParamInfo<std::string>& info) {
                              std::string name = info.param.substr(0, info.param.size() - 7);
                              for (char& c : name) {
