@@ -9,12 +9,14 @@ set -euo pipefail
 src=$1
 scratch="$2/lifecycle"
 rm -rf "$scratch"
-mkdir -p "$scratch/src"
+mkdir -p "$scratch"
 (cd "$src" && git ls-files -z --cached --others --exclude-standard | grep -zv '^build' |
-    xargs -0 cp --parents -t "$scratch/src" 2>/dev/null || true)
+    xargs -0 cp --parents -t "$scratch" 2>/dev/null || true)
+# The copy stands to its build directory as the tree to its own, and ccache keys on paths
+# relative to the checkout: the copy's build takes the tree's objects from the cache.
 export CCACHE_BASEDIR="$src" CCACHE_NOHASHDIR=1
 
-family="$scratch/src/schema/ports/synthetic.schema"
+family="$scratch/schema/ports/synthetic.schema"
 cat >"$family" <<'SCHEMA'
 family synthetic
 
@@ -46,7 +48,7 @@ methods
 SCHEMA
 
 build() {
-    cmake -S "$scratch/src" -B "$scratch/build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+    cmake -S "$scratch" -B "$scratch/build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
         -DZOLT_WERROR=ON -DZOLT_BUILD_BENCHMARKS=OFF -DZOLT_BUILD_EXAMPLES=OFF >/dev/null
     cmake --build "$scratch/build" -j2 --target zolt-client zolt-switch-sim zolt zolt_tests \
         >"$scratch/build.log" 2>&1 || { tail -40 "$scratch/build.log"; exit 1; }
