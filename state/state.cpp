@@ -145,16 +145,61 @@ std::string field_names(const ConfigTable& table) {
     return text;
 }
 
+// The codecs read a number of the right JSON type and cut it to the field's width without a
+// word (300 as a u8 is 44). A document means what it says, so a number that does not come back
+// as itself is refused; the other forms a codec rewrites (a MAC's letter case, a byte list's)
+// keep their value.
+bool same_number(const Json::Value& a, const Json::Value& b) {
+    if (!a.isNumeric() || !b.isNumeric()) return false;
+    if (a.isIntegral() && b.isIntegral()) {
+        if (a.isInt64() && b.isInt64()) return a.asInt64() == b.asInt64();
+        return a.isUInt64() && b.isUInt64() && a.asUInt64() == b.asUInt64();
+    }
+    return a.asDouble() == b.asDouble();
+}
+
+// The first number of `given` that `decoded` does not hold as itself, as "GIVEN does not fit its
+// type (it would be sent as DECODED)"; empty when every number came back.
+std::string number_changed(const Json::Value& given, const Json::Value& decoded) {
+    if (given.isNumeric()) {
+        if (same_number(given, decoded)) return std::string();
+        return scalar_json(given) + " does not fit its type (it would be sent as " +
+               scalar_json(decoded) + ")";
+    }
+    if (given.isArray() && decoded.isArray() && given.size() == decoded.size()) {
+        for (Json::ArrayIndex i = 0; i < given.size(); ++i) {
+            const std::string text = number_changed(given[i], decoded[i]);
+            if (!text.empty()) return text;
+        }
+    }
+    if (given.isObject() && decoded.isObject()) {
+        for (const std::string& name : decoded.getMemberNames()) {
+            if (!given.isMember(name)) continue;
+            const std::string text = number_changed(given[name], decoded[name]);
+            if (!text.empty()) return text;
+        }
+    }
+    return std::string();
+}
+
+// A codec's round trip of `value`, refusing a number it would change.
+Json::Value decoded(const zolt_tool::Codec& codec, const Json::Value& value) {
+    Json::Value result = codec.round_trip(value);
+    const std::string changed = number_changed(value, result);
+    if (!changed.empty()) throw std::range_error(changed);
+    return result;
+}
+
 Json::Value decode_key(const ConfigTable& table, const Json::Value& key) {
     try {
-        if (table.key_count == 1) return table.keys[0]->round_trip(key);
+        if (table.key_count == 1) return decoded(*table.keys[0], key);
         if (!key.isArray() || key.size() != table.key_count) {
             throw DocumentError(where(table.name, key) + ": the key is an array of " +
                                 std::to_string(table.key_count) + " members");
         }
         Json::Value members(Json::arrayValue);
         for (Json::ArrayIndex i = 0; i < key.size(); ++i) {
-            members.append(table.keys[i]->round_trip(key[i]));
+            members.append(decoded(*table.keys[i], key[i]));
         }
         return members;
     } catch (const DocumentError&) {
@@ -171,7 +216,7 @@ Json::Value decode_value(const ConfigTable& table, const Json::Value& key,
                          const Json::Value& value) {
     if (table.field_count == 0) {
         try {
-            return table.value->round_trip(value);
+            return decoded(*table.value, value);
         } catch (const std::exception& e) {
             throw DocumentError(where(table.name, key) + ": " + e.what());
         }
@@ -180,7 +225,7 @@ Json::Value decode_value(const ConfigTable& table, const Json::Value& key,
         throw DocumentError(where(table.name, key) + ": the value is an object of fields (" +
                             field_names(table) + ")");
     }
-    Json::Value decoded(Json::objectValue);
+    Json::Value fields(Json::objectValue);
     for (const std::string& name : value.getMemberNames()) {
         const Field* field = find_field(table, name);
         if (field == nullptr) {
@@ -188,12 +233,12 @@ Json::Value decode_value(const ConfigTable& table, const Json::Value& key,
                                 "\"; its fields: " + field_names(table));
         }
         try {
-            decoded[name] = field->codec->round_trip(value[name]);
+            fields[name] = decoded(*field->codec, value[name]);
         } catch (const std::exception& e) {
             throw DocumentError(where(table.name, key, name) + ": " + e.what());
         }
     }
-    return decoded;
+    return fields;
 }
 
 // The fields of a record that `value` does not name, comma-separated; empty when it is whole.
@@ -299,6 +344,12 @@ std::set<std::size_t> tables_of(const Doc& doc) {
     return indices;
 }
 
+// An exception's text with the library's detail, if it has any, in parentheses.
+std::string exception_text(const std::exception& e) {
+    const std::string detail = zolt::describe(e);
+    return detail.empty() ? std::string(e.what()) : std::string(e.what()) + " (" + detail + ")";
+}
+
 const zolt_tool::Invoker* invoker_of(const ConfigTable& table, const std::string& kind) {
     if (kind == "delete") return table.del;
     if (kind == "add" && table.add != nullptr) return table.add;
@@ -319,8 +370,7 @@ std::string run(void* handle, const Call& call, int* code) {
         if (*code == 0) return std::string();
         return subject + ": the switch answered error code " + std::to_string(*code);
     } catch (const std::exception& e) {
-        const std::string detail = zolt::describe(e);
-        return subject + ": " + e.what() + (detail.empty() ? std::string() : " (" + detail + ")");
+        return subject + ": " + exception_text(e);
     }
 }
 
@@ -522,14 +572,13 @@ void roll_back(void* handle, const Doc& backup, ApplyResult& result) {
                                                ": added, and the table has no delete");
         }
     } catch (const std::exception& e) {
-        result.rollback_failures.push_back(std::string("the rollback stopped: ") + e.what());
+        result.rollback_failures.push_back("the rollback stopped: " + exception_text(e));
     }
     try {
         result.remaining = diff_docs(backup, load(read_tables(handle, indices)));
     } catch (const std::exception& e) {
         result.rollback_failures.push_back(
-            std::string("the switch could not be read to compare it with the backup: ") +
-            e.what());
+            "the switch could not be read to compare it with the backup: " + exception_text(e));
     }
 }
 
