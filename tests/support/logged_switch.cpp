@@ -34,6 +34,8 @@ LoggedSwitch::~LoggedSwitch() = default;
 
 void* LoggedSwitch::handle() const { return impl_->sw->handle(); }
 
+std::string LoggedSwitch::url() const { return impl_->sw->simulator().url(); }
+
 Json::Value LoggedSwitch::rows(const std::string& table) const {
     return impl_->sw->simulator().model().rows(table);
 }

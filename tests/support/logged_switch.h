@@ -23,6 +23,7 @@ public:
     LoggedSwitch& operator=(const LoggedSwitch&) = delete;
 
     void* handle() const;
+    std::string url() const;  // "http://127.0.0.1:PORT/"
 
     // The simulator's own rows of a table, [{"key": [members...], "val": V}...].
     Json::Value rows(const std::string& table) const;
