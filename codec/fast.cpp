@@ -142,7 +142,7 @@ bool read_bytes(const Type&, const Scalar& json, void* target) {
 // Rare enough to go through the tree-based reader itself, on a one-value tree.
 bool read_timestamp(const Type&, const Scalar& json, void* target) {
     if (json.kind != Scalar::Kind::text) return false;
-    zolt::parse_timestamp(Json::Value(json.data, json.data + json.size), as<time_t>(target));
+    zolt::parse_timestamp(Json::Value(json.data, json.data + json.size), as<zolt_time32_t>(target));
     return true;
 }
 

@@ -147,6 +147,9 @@ Slot member_slot(void* record) {
 template <auto M>
 Slot timestamp_slot(void* record) {
     using traits = member_traits<decltype(M)>;
+    // The reader behind timestamp() writes exactly this type.
+    static_assert(std::is_same<typename traits::value, zolt_time32_t>::value,
+                  "a time stamp field is a zolt_time32_t");
     return Slot{&timestamp(), &(static_cast<typename traits::record*>(record)->*M)};
 }
 

@@ -72,7 +72,7 @@ BYTES = Type("vector", "std::vector<unsigned char>", (U8,))
 STRINGS = Type("vector", "std::vector<std::string>", (STRING,))
 U16S = Type("vector", "std::vector<unsigned short>", (U16,))
 U32S = Type("vector", "std::vector<unsigned int>", (U32,))
-TIMESTAMP = Type("timestamp", "time_t", name="timestamp")
+TIMESTAMP = Type("timestamp", "zolt_time32_t", name="timestamp")
 KEY_ONLY = Type("tuple", "std::tuple<>")
 
 IPV4_ROUTE = Type("record", "zolt_ipv4_uc_t", name="zolt_ipv4_uc_t")
@@ -129,7 +129,7 @@ WORDS = [
          2**32 - 1, [], lambda seed: [1, 10 + seed]),
     # Written as the number of seconds, read as local-time text: the switch sends the text.
     Word(TIMESTAMP, "timestamp", None, "", 'written as a number, read as "YYYY-MM-DD HH:MM:SS"',
-         "timestamp", default=0, sample=lambda seed: 1700000000 + seed),
+         "timestamp", -2**31, 2**31 - 1, 0, lambda seed: 1700000000 + seed),
 ]
 WORD_OF = {w.type: w for w in WORDS}
 
@@ -1193,7 +1193,8 @@ def gen_invoke(families, loader):
            '#include "tools/invoke.h"\n\n#include "client/zoltclient.h"\n\n',
            "namespace zolt_tool {\n\nconst Codec kCodecs[] = {\n"]
     for t in sorted(order, key=lambda t: t.cpp):
-        out.append(f"    {{{c_string(t.cpp)}, &round_trip<{t.cpp}>}},\n")
+        trip = "&zolt_tool::round_trip_timestamp" if t.kind == "timestamp" else f"&round_trip<{t.cpp}>"
+        out.append(f"    {{{c_string(t.cpp)}, {trip}}},\n")
     out.append("};\n\nconst std::size_t kCodecCount = sizeof(kCodecs) / sizeof(kCodecs[0]);\n\n")
     out.append("namespace {\n\n")
     calls = []

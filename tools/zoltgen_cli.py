@@ -89,6 +89,8 @@ def gen_types(types, loader):
         if t.args:
             parts = f"{ident(t)}_parts, {len(t.args)}"
         trip = f"&zolt_tool::round_trip<{t.cpp}>" if has_round_trip(t) else "nullptr"
+        if t.kind == "timestamp":
+            trip = "&zolt_tool::round_trip_timestamp"
         out.append(f"const Type {ident(t)} = {{{zoltgen.c_string(plain(t.cpp))}, "
                    f"{zoltgen.c_string(word_of(t))}, Kind::{kind_of(t)},\n"
                    f"    {texts}, {members}, {parts}, {trip}}};\n")
