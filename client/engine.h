@@ -54,26 +54,3 @@ Json::Value encode_params(const Args&... args) {
 }
 
 }  // namespace zolt
-
-// The end of the argument list: the request is complete and goes out.
-inline Json::Value zolt_json_rpc_call_(zoltclient* client, const std::string& method,
-                                       Json::Value& params) {
-    return zolt::exchange(client, method.c_str(), params);
-}
-
-// Appends the first argument to "params" and recurses. An argument that cannot be encoded (an
-// enumeration out of range) throws here, before anything is posted.
-template <class A, class... Rest>
-Json::Value zolt_json_rpc_call_(zoltclient* client, const std::string& method, Json::Value& params,
-                                const A& first, const Rest&... rest) {
-    params.append(zolt::to_json(first));
-    return zolt_json_rpc_call_(client, method, params, rest...);
-}
-
-// The constant id "jsonrpc" stands where a protocol version might be expected; it is never
-// compared with the answer's.
-template <class... Args>
-Json::Value zolt_json_rpc_call(zoltclient* client, const std::string& method, const Args&... args) {
-    Json::Value params(Json::arrayValue);
-    return zolt_json_rpc_call_(client, method, params, args...);
-}
