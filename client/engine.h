@@ -9,6 +9,7 @@
 #include <json/value.h>
 
 #include <cstddef>
+#include <memory>
 #include <string>
 
 #include "client/rest.h"
@@ -20,6 +21,12 @@ struct zoltclient {
 };
 
 namespace zolt {
+
+// Frees a response of the transport when its holder goes.
+struct ResponseFree {
+    void operator()(rest_response_t* response) const { rest_free_response(response); }
+};
+using HeldResponse = std::unique_ptr<rest_response_t, ResponseFree>;
 
 // Posts {"id": "jsonrpc", "method": method, "params": params} and returns the parsed answer,
 // which is an object holding both "error" and "result". Everything else throws std::runtime_error,
