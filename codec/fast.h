@@ -1,6 +1,7 @@
 #pragma once
 
 // Decoding an answer straight from its text into the typed output, without a JSON tree.
+// Internal: not installed.
 //
 // The parser reports one event at a time (a scalar, the start of an object or array, a member
 // name, an end); a stack of frames routes every event to the value it belongs to. Each C++ type
