@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs the build into a scratch prefix and builds an application against the installed
-# library twice, once with pkg-config and once with the CMake package; both must run.
+# Installs the build into a scratch prefix, checks that its headers stand on their own
+# (check_headers.sh), and builds an application against the installed library twice, once with
+# pkg-config and once with the CMake package; both must run.
 # Usage: check_install.sh BUILD_DIR
 set -euo pipefail
 build=${1:?usage: check_install.sh BUILD_DIR}
@@ -9,6 +10,7 @@ scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
 cmake --install "$build" --prefix "$scratch/prefix" >/dev/null
+"$here/check_headers.sh" "$scratch/prefix/include/zolt-client"
 libdir=$(dirname "$(find "$scratch/prefix" -name 'libzolt-client.so' | head -n 1)")
 
 export PKG_CONFIG_PATH="$libdir/pkgconfig"

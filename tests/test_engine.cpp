@@ -15,9 +15,11 @@
 #include "client/request.h"
 #include "client/zoltclient.h"
 #include "support/expect.h"
+#include "support/rpc_call.h"
 #include "support/test_server.h"
 
 using zolt_test::ClientTest;
+using zolt_test::rpc_call;
 
 namespace {
 
@@ -36,7 +38,7 @@ protected:
     // Calls the engine and returns the exact body that reached the server.
     template <class... Args>
     std::string posted(const std::string& method, const Args&... args) {
-        zolt_json_rpc_call(client(), method, args...);
+        rpc_call(client(), method, args...);
         return server.last().body;
     }
 };
@@ -102,9 +104,9 @@ TEST_F(Engine, LongOrNonAsciiTextIsWrittenTheStyledWay) {
 }
 
 TEST_F(Engine, AnArgumentThatCannotBeEncodedStopsTheCallBeforeThePost) {
-    EXPECT_THROW_EXACT(zolt_json_rpc_call(client(), "m", std::string("Gi 1/1"),
-                                          static_cast<zolt_appl_vlan_port_mode_t>(7)),
-                       std::runtime_error, "out-of-range-enum");
+    EXPECT_THROW_EXACT(
+        rpc_call(client(), "m", std::string("Gi 1/1"), static_cast<zolt_appl_vlan_port_mode_t>(7)),
+        std::runtime_error, "out-of-range-enum");
     EXPECT_EQ(server.count(), 0u);
 }
 
@@ -226,7 +228,7 @@ TEST_F(Engine, StatusesInsideTheWindowAreReadAsAnswers) {
     for (int status : {200, 201, 299, 500, 503, 599}) {
         server.respond(status,
                        R"({"id":"jsonrpc","error":null,"result":)" + std::to_string(status) + "}");
-        const Json::Value answer = zolt_json_rpc_call(client(), "m");
+        const Json::Value answer = rpc_call(client(), "m");
         EXPECT_EQ(answer["result"].asInt(), status);
     }
 }
@@ -234,7 +236,7 @@ TEST_F(Engine, StatusesInsideTheWindowAreReadAsAnswers) {
 TEST_F(Engine, StatusesOutsideTheWindowAreNetworkErrorsWhateverTheBody) {
     for (int status : {300, 302, 404, 499, 600}) {
         server.respond(status, R"({"id":"jsonrpc","error":null,"result":null})");
-        EXPECT_THROW_EXACT(zolt_json_rpc_call(client(), "m"), std::runtime_error,
+        EXPECT_THROW_EXACT(rpc_call(client(), "m"), std::runtime_error,
                            "Network error, return code: " + std::to_string(status));
     }
 }
@@ -243,18 +245,18 @@ TEST_F(Engine, AFinal199NeverReachesTheWindow) {
     // libcurl takes any 1xx for an interim answer and the body after it for a broken next
     // status line, so the transfer fails before the status could be judged.
     server.respond(199, R"({"id":"jsonrpc","error":null,"result":null})");
-    EXPECT_THROW_EXACT(zolt_json_rpc_call(client(), "m"), std::runtime_error, "Post error");
+    EXPECT_THROW_EXACT(rpc_call(client(), "m"), std::runtime_error, "Post error");
 }
 
 TEST_F(Engine, ServerStatusWithAJsonRpcErrorReturnsNormally) {
     server.respond(500, R"({"error":{"code":5},"result":null})");
-    const Json::Value answer = zolt_json_rpc_call(client(), "m");
+    const Json::Value answer = rpc_call(client(), "m");
     EXPECT_EQ(answer["error"]["code"].asInt(), 5);
 }
 
 TEST_F(Engine, ServerStatusWithHtmlFailsToParse) {
     server.respond(500, "<html><body>Internal Server Error</body></html>", "text/html");
-    EXPECT_THROW_EXACT(zolt_json_rpc_call(client(), "m"), std::runtime_error, "Failed to parse!");
+    EXPECT_THROW_EXACT(rpc_call(client(), "m"), std::runtime_error, "Failed to parse!");
 }
 
 // ---- Checks on the answer, in their order --------------------------------------------------
@@ -277,14 +279,14 @@ TEST_F(Engine, AnswerMustBeAnObjectWithErrorThenResult) {
     };
     for (const Case& c : cases) {
         server.respond(200, c.body);
-        EXPECT_THROW_EXACT(zolt_json_rpc_call(client(), "m"), std::runtime_error, c.text)
+        EXPECT_THROW_EXACT(rpc_call(client(), "m"), std::runtime_error, c.text)
             << "body: " << c.body;
     }
 }
 
 TEST_F(Engine, TheWholeAnswerComesBackWhateverItsId) {
     server.respond(200, R"({"id":42,"jsonrpc":"2.0","error":"bad","result":[1,2],"x":true})");
-    const Json::Value answer = zolt_json_rpc_call(client(), "m");
+    const Json::Value answer = rpc_call(client(), "m");
     EXPECT_EQ(answer["error"], Json::Value("bad"));
     EXPECT_EQ(answer["result"][1].asInt(), 2);
     EXPECT_EQ(answer["id"].asInt(), 42);
@@ -293,7 +295,7 @@ TEST_F(Engine, TheWholeAnswerComesBackWhateverItsId) {
 
 TEST_F(Engine, CommentsInTheAnswerAreAllowedAndDropped) {
     server.respond(200, "// leading comment\n{\"error\" : null, /* inner */ \"result\" : 3}\n");
-    const Json::Value answer = zolt_json_rpc_call(client(), "m");
+    const Json::Value answer = rpc_call(client(), "m");
     EXPECT_EQ(answer["result"].asInt(), 3);
     EXPECT_FALSE(answer.hasComment(Json::commentBefore));
 }
@@ -301,7 +303,7 @@ TEST_F(Engine, CommentsInTheAnswerAreAllowedAndDropped) {
 TEST_F(Engine, TextAfterANulByteIsNotPartOfTheAnswer) {
     static const char body[] = "{\"error\":null,\"result\":1}\0 trailing garbage";
     server.respond(200, std::string(body, sizeof body - 1));
-    EXPECT_EQ(zolt_json_rpc_call(client(), "m")["result"].asInt(), 1);
+    EXPECT_EQ(rpc_call(client(), "m")["result"].asInt(), 1);
 }
 
 // ---- Transport failures ------------------------------------------------------------------
@@ -311,8 +313,8 @@ TEST(EngineTransport, RefusedConnectionIsAPostError) {
         "http://127.0.0.1:" + std::to_string(zolt_test::closed_port()) + "/json_rpc");
     void* handle = zoltclient_init(&conn);
     ASSERT_NE(handle, nullptr);
-    EXPECT_THROW_EXACT(zolt_json_rpc_call(static_cast<zoltclient*>(handle), "m"),
-                       std::runtime_error, "Post error");
+    EXPECT_THROW_EXACT(rpc_call(static_cast<zoltclient*>(handle), "m"), std::runtime_error,
+                       "Post error");
     zoltclient_deinit(handle);
 }
 
@@ -329,8 +331,8 @@ TEST(EngineTransport, TimeOutIsAPostErrorAndTheHandleStaysUsable) {
     ASSERT_NE(handle, nullptr);
     auto* client = static_cast<zoltclient*>(handle);
 
-    EXPECT_THROW_EXACT(zolt_json_rpc_call(client, "slow"), std::runtime_error, "Post error");
-    EXPECT_EQ(zolt_json_rpc_call(client, "fast")["result"].asString(), "done");
+    EXPECT_THROW_EXACT(rpc_call(client, "slow"), std::runtime_error, "Post error");
+    EXPECT_EQ(rpc_call(client, "fast")["result"].asString(), "done");
     zoltclient_deinit(handle);
 }
 
@@ -342,16 +344,16 @@ TEST_F(Engine, AnswerCutShortIsAPostError) {
                                           return offset == 0;
                                       });
     });
-    EXPECT_THROW_EXACT(zolt_json_rpc_call(client(), "m"), std::runtime_error, "Post error");
+    EXPECT_THROW_EXACT(rpc_call(client(), "m"), std::runtime_error, "Post error");
 }
 
 TEST_F(Engine, FailuresPrintNothing) {
     server.respond(404, "not here");
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
-    EXPECT_THROW(zolt_json_rpc_call(client(), "m"), std::runtime_error);
+    EXPECT_THROW(rpc_call(client(), "m"), std::runtime_error);
     server.respond(200, "<html>");
-    EXPECT_THROW(zolt_json_rpc_call(client(), "m"), std::runtime_error);
+    EXPECT_THROW(rpc_call(client(), "m"), std::runtime_error);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
@@ -371,10 +373,10 @@ TEST(Handle, OpensAndClosesAndIgnoresNull) {
 }
 
 TEST(Handle, NullClientIsAPostError) {
-    EXPECT_THROW_EXACT(zolt_json_rpc_call(static_cast<zoltclient*>(nullptr), "m"),
-                       std::runtime_error, "Post error");
+    EXPECT_THROW_EXACT(rpc_call(static_cast<zoltclient*>(nullptr), "m"), std::runtime_error,
+                       "Post error");
     try {
-        zolt_json_rpc_call(static_cast<zoltclient*>(nullptr), "m");
+        rpc_call(static_cast<zoltclient*>(nullptr), "m");
     } catch (const zolt::transfer_error& e) {
         EXPECT_EQ(e.curl_code(), 0);
         EXPECT_EQ(zolt::describe(e), "no connection was opened");

@@ -26,10 +26,12 @@
 #include "sim/simulator.h"
 #include "support/expect.h"
 #include "support/loopback.h"
+#include "support/rpc_call.h"
 #include "support/test_server.h"
 
 using zolt_test::ClientTest;
 using zolt_test::json;
+using zolt_test::rpc_call;
 
 namespace {
 
@@ -45,7 +47,7 @@ protected:
     // After any failure the same handle must complete an ordinary call.
     void expect_next_call_works() {
         server.respond(200, kOk);
-        EXPECT_EQ(zolt_json_rpc_call(client(), "m")["error"], Json::Value());
+        EXPECT_EQ(rpc_call(client(), "m")["error"], Json::Value());
     }
 };
 
@@ -82,8 +84,7 @@ TEST_F(HostileAnswer, NestingBeyondTheReadersLimitFailsToParse) {
     };
     for (const std::string& body : bodies) {
         server.respond(200, body);
-        EXPECT_THROW_EXACT(zolt_json_rpc_call(client(), "m"), std::runtime_error,
-                           "Failed to parse!")
+        EXPECT_THROW_EXACT(rpc_call(client(), "m"), std::runtime_error, "Failed to parse!")
             << body.substr(0, 40);
         expect_next_call_works();
     }
@@ -92,19 +93,18 @@ TEST_F(HostileAnswer, NestingBeyondTheReadersLimitFailsToParse) {
 TEST_F(HostileAnswer, AnAnswerThatFailsToParseIsReleased) {
     // A megabyte of '[' per call: were the answer kept, the heap would grow by it each time.
     server.respond(200, std::string(1 << 20, '['));
-    EXPECT_THROW(zolt_json_rpc_call(client(), "m"), std::runtime_error);  // warm the connection
+    EXPECT_THROW(rpc_call(client(), "m"), std::runtime_error);  // warm the connection
     const std::size_t before = heap_in_use();
     for (int i = 0; i < 16; ++i) {
-        EXPECT_THROW_EXACT(zolt_json_rpc_call(client(), "m"), std::runtime_error,
-                           "Failed to parse!");
+        EXPECT_THROW_EXACT(rpc_call(client(), "m"), std::runtime_error, "Failed to parse!");
     }
     EXPECT_LT(heap_in_use(), before + (4u << 20)) << "16 answers of 1 MB each leaked";
 
     // The same for text the reader refuses without a throw, and for one it accepts.
     server.respond(200, std::string(1 << 20, '{'));
-    for (int i = 0; i < 16; ++i) EXPECT_THROW(zolt_json_rpc_call(client(), "m"), std::exception);
+    for (int i = 0; i < 16; ++i) EXPECT_THROW(rpc_call(client(), "m"), std::exception);
     server.respond(200, R"({"error":null,"result":")" + std::string(1 << 20, 'x') + "\"}");
-    for (int i = 0; i < 16; ++i) zolt_json_rpc_call(client(), "m");
+    for (int i = 0; i < 16; ++i) rpc_call(client(), "m");
     EXPECT_LT(heap_in_use(), before + (4u << 20));
 }
 

@@ -12,6 +12,8 @@
 #include <stdexcept>
 #include <string>
 #include <tuple>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "client/zoltclient.h"
@@ -36,7 +38,7 @@ class Management : public ClientTest {};
 TEST_F(Management, SyslogTimeStampsOnTheDaysTheClockChangesCountRealSeconds) {
     const zolt_test::TimeZoneGuard zone;
     zone.set("CET-1CEST,M3.5.0,M10.5.0/3");
-    const std::pair<const char*, time_t> stamps[] = {
+    const std::pair<const char*, zolt_time32_t> stamps[] = {
         // 2021-03-28: at 02:00 winter time the clock moves to 03:00 summer time.
         {"2021-03-28 01:30:00", 1616891400},  // 00:30 UTC
         {"2021-03-28 03:30:00", 1616895000},  // 01:30 UTC: one hour later
@@ -52,6 +54,38 @@ TEST_F(Management, SyslogTimeStampsOnTheDaysTheClockChangesCountRealSeconds) {
         EXPECT_EQ(entry.MsgTimeStamp, stamp.second) << stamp.first;
     }
     EXPECT_EQ(last_params(server), json("[1,2]"));
+}
+
+// The switch's time_t is 32 bits wide, and so is the field: a text past 2038 keeps the low 32
+// bits of what mktime gives, by the direct decoder and by the record's parse alike.
+static_assert(sizeof(zolt_appl_syslog_history_t::MsgTimeStamp) == 4, "32 bits");
+static_assert(
+    std::is_same<decltype(zolt_appl_syslog_history_t::MsgTimeStamp), zolt_time32_t>::value,
+    "the named 32-bit type");
+
+TEST_F(Management, ASyslogTimeStampPast2038KeepsItsLow32Bits) {
+    const zolt_test::TimeZoneGuard zone;
+    zone.set("UTC0");
+    const std::pair<const char*, zolt_time32_t> stamps[] = {
+        {"2038-01-19 03:14:07", 2147483647},       // mktime 2147483647
+        {"2038-01-19 03:14:08", -2147483647 - 1},  // mktime 2147483648
+        {"2106-02-07 06:28:16", 0},                // mktime 4294967296
+    };
+    for (const auto& stamp : stamps) {
+        const std::string entry_text = std::string(R"({"MsgLevel":"notice","MsgTimeStamp":")") +
+                                       stamp.first + R"(","MsgText":"x"})";
+        server.respond_result(entry_text);
+        zolt_appl_syslog_history_t entry{};
+        EXPECT_EQ(zolt_syslog_status_history_get(handle(), 1, 2, &entry), 0);
+        EXPECT_EQ(entry.MsgTimeStamp, stamp.second) << stamp.first;
+
+        zolt_appl_syslog_history_t parsed{};
+        parse(json(entry_text), parsed);
+        EXPECT_EQ(parsed.MsgTimeStamp, stamp.second) << stamp.first;
+        // Written back as the signed number, not as the text it came in.
+        EXPECT_EQ(serialize(parsed)["MsgTimeStamp"], Json::Value(Json::Int64{stamp.second}))
+            << stamp.first;
+    }
 }
 
 // --- the syslog control table: a number and a level as key -------------------------------------
