@@ -442,8 +442,11 @@ std::vector<Call> plan_calls(const Doc& live, const Doc& desired, bool replace,
         if (unremovable != nullptr) {
             *unremovable = stuck;
         } else {
+            // Found in deletion order; named in table and key order.
             std::string text = "these rows are not in the document, and their tables have no delete:";
-            for (const Unremovable& u : stuck) text += "\n  " + where(table_at(u.table).name, u.key);
+            for (auto u = stuck.rbegin(); u != stuck.rend(); ++u) {
+                text += "\n  " + where(table_at(u->table).name, u->key);
+            }
             throw PlanError(text);
         }
     }

@@ -171,7 +171,8 @@ TEST_F(CliState, PlanSaysWhetherThereIsAnythingToDo) {
     EXPECT_EQ(refused.err.rfind("zolt: " + desired +
                                     ": these rows are not in the document, and their tables "
                                     "have no delete:\n  " +
-                                    table::port_config + ", key \"Gi 1/8\"\n",
+                                    table::port_config + ", key \"Gi 1/1\"\n  " + table::port_config +
+                                    ", key \"Gi 1/3\"\n",
                                 0),
               0u)
         << refused.err;

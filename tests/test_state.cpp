@@ -247,7 +247,7 @@ TEST(StateReplace, ATableWithoutADeleteIsRefusedNamingTheRows) {
     doc[table::port_config].append(row("Gi 1/2", field(key::MTU, 9000)));
     const std::string expected =
         std::string("these rows are not in the document, and their tables have no delete:\n  ") +
-        table::port_config + ", key \"Gi 1/3\"\n  " + table::port_config + ", key \"Gi 1/1\"";
+        table::port_config + ", key \"Gi 1/1\"\n  " + table::port_config + ", key \"Gi 1/3\"";
     EXPECT_THROW_EXACT(zolt_state::plan(sw.handle(), doc, true), zolt_state::PlanError, expected);
     sw.clear();
     EXPECT_THROW_EXACT(zolt_state::apply(sw.handle(), doc, true, temporary_path("refused.json")),

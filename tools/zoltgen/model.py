@@ -181,8 +181,9 @@ class Table:
     @property
     def readable_whole(self):
         """True when one call reads the whole table and the library decodes every row: a
-        singleton get, or a get-all of at most two key members and a value that is not empty."""
-        if self.with_shape("singleton_get"):
+        singleton get (of a record, or of a scalar by a get without arguments), or a get-all of
+        at most two key members and a value that is not empty."""
+        if any(not m.args for m in self.with_shape("singleton_get", "scalar_get")):
             return True
         return any(not m.undecodable for m in self.with_shape("get_all"))
 

@@ -8,9 +8,9 @@ from .invoke import codec_types
 from .text import banner, c_string
 
 
-def pick(table, shapes, value):
-    """The table's method of one of `shapes` that carries `value` (or no value at all)."""
-    for m in table.with_shape(*shapes):
+def pick(methods, value):
+    """The first of `methods` that carries `value` (or no value at all)."""
+    for m in methods:
         if m.value is None or m.value == value:
             return m
     return None
@@ -34,7 +34,8 @@ def catalog(model):
             n = len(tables)
             # A table served by several value types is kept in its first.
             value = t.values[0]
-            read = pick(t, ("singleton_get",), value) or next(
+            read = pick([m for m in t.with_shape("singleton_get", "scalar_get") if not m.args],
+                        value) or next(
                 m for m in t.with_shape("get_all") if not m.undecodable and m.value == value)
             keys = "nullptr"
             if t.keys:
@@ -50,8 +51,8 @@ def catalog(model):
             tables.append(
                 f"    {{{c_string(t.name)}, {c_string(fam.name)}, {len(t.keys)}, "
                 f"{'true' if t.per_port else 'false'},\n"
-                f"     {ref(read)}, {ref(pick(t, ('set',), value))}, "
-                f"{ref(pick(t, ('add',), value))}, {ref(pick(t, ('del',), None))},\n"
+                f"     {ref(read)}, {ref(pick(t.with_shape('set'), value))}, "
+                f"{ref(pick(t.with_shape('add'), value))}, {ref(pick(t.with_shape('del'), None))},\n"
                 f"     {keys}, {codec_ref(value)}, {fields}, {len(value.members)}}},\n")
     return "".join(
         [banner("the schema: the configuration tables"),
