@@ -123,7 +123,8 @@ void BM_ApplyTenChanges(benchmark::State& state) {
     }
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin;
     report(state, bench.requests, elapsed.count());
-    state.counters["changes"] = static_cast<double>(changes) / static_cast<double>(state.iterations());
+    state.counters["changes"] =
+        static_cast<double>(changes) / static_cast<double>(state.iterations());
     std::remove(backup.c_str());
 }
 BENCHMARK(BM_ApplyTenChanges)->Unit(benchmark::kMillisecond);

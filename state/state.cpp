@@ -443,7 +443,8 @@ std::vector<Call> plan_calls(const Doc& live, const Doc& desired, bool replace,
             *unremovable = stuck;
         } else {
             // Found in deletion order; named in table and key order.
-            std::string text = "these rows are not in the document, and their tables have no delete:";
+            std::string text =
+                "these rows are not in the document, and their tables have no delete:";
             for (auto u = stuck.rbegin(); u != stuck.rend(); ++u) {
                 text += "\n  " + where(table_at(u->table).name, u->key);
             }
@@ -500,8 +501,8 @@ void compare_rows(const ConfigTable& table, const Row& before, const Row& after,
         const char* name = table.fields[i].name;
         if (!before.val.isMember(name) || !after.val.isMember(name)) continue;
         if (before.val[name] != after.val[name]) {
-            changes.push_back({"changed", table.name, before.key, name, before.val[name],
-                               after.val[name]});
+            changes.push_back(
+                {"changed", table.name, before.key, name, before.val[name], after.val[name]});
         }
     }
 }

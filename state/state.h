@@ -75,7 +75,7 @@ struct Call {
 
 // One difference between two documents.
 struct Change {
-    std::string kind;    // "added", "removed" or "changed"
+    std::string kind;  // "added", "removed" or "changed"
     std::string table;
     Json::Value key;     // null for a singleton
     std::string field;   // "changed" of a record's field; empty where the whole value is meant
@@ -90,8 +90,8 @@ struct ApplyResult {
     std::string backup;       // the backup's path; empty when there was nothing to do
 
     bool failed = false;
-    std::string failure;    // what failed: the call and the switch's code, or the exception
-    int failure_code = 0;   // the switch's error code; 0 when the client failed (an exception)
+    std::string failure;   // what failed: the call and the switch's code, or the exception
+    int failure_code = 0;  // the switch's error code; 0 when the client failed (an exception)
 
     // Set only after a failure: the calls that took the switch back to the backup, how many of
     // them succeeded, what went wrong on the way (one line each), and the differences between

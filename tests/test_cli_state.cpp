@@ -171,8 +171,8 @@ TEST_F(CliState, PlanSaysWhetherThereIsAnythingToDo) {
     EXPECT_EQ(refused.err.rfind("zolt: " + desired +
                                     ": these rows are not in the document, and their tables "
                                     "have no delete:\n  " +
-                                    table::port_config + ", key \"Gi 1/1\"\n  " + table::port_config +
-                                    ", key \"Gi 1/3\"\n",
+                                    table::port_config + ", key \"Gi 1/1\"\n  " +
+                                    table::port_config + ", key \"Gi 1/3\"\n",
                                 0),
               0u)
         << refused.err;
@@ -189,8 +189,8 @@ TEST_F(CliState, DiffComparesTwoDocumentsOrOneWithTheSwitch) {
     EXPECT_EQ(same.out, "");
     const Result differ = zolt({"diff", before, after});
     EXPECT_EQ(differ.status, 4);
-    EXPECT_EQ(differ.out, std::string("~ ") + table::mac_config_global + " " + key::AgeTime +
-                              ": 300 -> 600\n");
+    EXPECT_EQ(differ.out,
+              std::string("~ ") + table::mac_config_global + " " + key::AgeTime + ": 300 -> 600\n");
     const Result as_json = zolt({"--output", "json", "diff", before, after});
     EXPECT_EQ(as_json.status, 4);
     EXPECT_EQ(json(as_json.out)[0]["after"], 600);
@@ -255,11 +255,11 @@ TEST_F(CliStateFault, AFailedApplyIsRolledBackAndReported) {
     const std::string backup = scratch_path("backup.json");
     const Result r = zolt({"apply", desired, "--backup", backup});
     EXPECT_EQ(r.status, 1);
-    const std::string head = std::string("zolt: apply failed at call 2 of 2: ") +
-                             method::mac_config_global_set +
-                             ": the switch answered error code 5\n"
-                             "zolt: rolled back to " +
-                             backup + " with 1 call\n  ~ " + method::port_config_set + " \"Gi 1/2\" {";
+    const std::string head =
+        std::string("zolt: apply failed at call 2 of 2: ") + method::mac_config_global_set +
+        ": the switch answered error code 5\n"
+        "zolt: rolled back to " +
+        backup + " with 1 call\n  ~ " + method::port_config_set + " \"Gi 1/2\" {";
     EXPECT_EQ(r.err.substr(0, head.size()), head);
     const std::string tail = "}\nzolt: the switch equals the backup again\n";
     EXPECT_EQ(r.err.substr(r.err.size() - tail.size()), tail);
@@ -271,8 +271,8 @@ TEST_F(CliState, ARollbackThatCannotRestoreTheBackupExitsWith5) {
     Json::Value doc = document();
     doc[table::users_config_global].append(row("admin", field(key::Password, "changed")));
     doc[table::syslog_config_server] = field(key::Mode, true);
-    const Result r = zolt({"apply", file("lockout.json", doc), "--backup",
-                           scratch_path("lockout-backup.json")});
+    const Result r =
+        zolt({"apply", file("lockout.json", doc), "--backup", scratch_path("lockout-backup.json")});
     EXPECT_EQ(r.status, 5);
     EXPECT_NE(r.err.find("zolt: rollback: the rollback stopped: Network error, return code: 401"),
               std::string::npos)

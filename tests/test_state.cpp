@@ -20,8 +20,8 @@
 #include "state/state.h"
 #include "state/tables.h"
 #include "support/expect.h"
-#include "support/sweep.h"
 #include "support/logged_switch.h"
+#include "support/sweep.h"
 #include "support/test_server.h"
 #include "tools/invoke.h"
 
@@ -134,8 +134,8 @@ TEST(StateRoundTrip, AnEditedSnapshotPlansExactlyItsEditsAndAppliesToThatDocumen
     EXPECT_EQ(calls[1].kind, "add");
     EXPECT_EQ(calls[1].method, method::mac_config_fdb_static_add);
     EXPECT_EQ(zolt_state::call_text(calls[1]),
-              std::string("+ ") + method::mac_config_fdb_static_add + R"( 1 "00:1F:A2:0B:3C:D4" {)" +
-                  q(key::PortList) + R"(:["Gi 1/2"]})");
+              std::string("+ ") + method::mac_config_fdb_static_add +
+                  R"( 1 "00:1F:A2:0B:3C:D4" {)" + q(key::PortList) + R"(:["Gi 1/2"]})");
     EXPECT_EQ(zolt_state::call_text(calls[2]),
               std::string("~ ") + method::mac_config_global_set + " {" + q(key::AgeTime) + ":600}");
 
@@ -149,9 +149,7 @@ TEST(StateRoundTrip, AnEditedSnapshotPlansExactlyItsEditsAndAppliesToThatDocumen
                                         method::mac_config_global_set}));
 
     // The switch's own state says the same.
-    EXPECT_EQ(find_row(sw.rows(table::port_config), json(R"(["Gi 1/3"])"))
-                  [key::MTU],
-              9000);
+    EXPECT_EQ(find_row(sw.rows(table::port_config), json(R"(["Gi 1/3"])"))[key::MTU], 9000);
     const Json::Value fdb = sw.rows(table::mac_config_fdb_static);
     ASSERT_EQ(fdb.size(), 1u);
     EXPECT_EQ(fdb[0]["key"], json(kFdbKeyWritten));
@@ -170,8 +168,8 @@ TEST(StateRoundTrip, APartialRowManagesOnlyItsFields) {
     LoggedSwitch sw;
     Json::Value doc = document();
     doc[table::port_config].append(row("Gi 1/1", field(key::MTU, 9100)));
-    const zolt_state::ApplyResult result = zolt_state::apply(sw.handle(), doc, false,
-                                                             temporary_path("partial.json"));
+    const zolt_state::ApplyResult result =
+        zolt_state::apply(sw.handle(), doc, false, temporary_path("partial.json"));
     ASSERT_FALSE(result.failed) << result.failure;
     ASSERT_EQ(result.calls.size(), 1u);
 
@@ -232,10 +230,9 @@ TEST(StateReplace, DeletesAnExtraRowInReverseTableOrderBeforeAnyAddition) {
     const zolt_state::ApplyResult result =
         zolt_state::apply(sw.handle(), doc, true, temporary_path("replace.json"));
     EXPECT_FALSE(result.failed) << result.failure;
-    EXPECT_EQ(sw.writes(),
-              (std::vector<std::string>{method::vlan_config_interface_svl_del,
-                                        method::mac_config_fdb_static_del,
-                                        method::vlan_config_interface_svl_add}));
+    EXPECT_EQ(sw.writes(), (std::vector<std::string>{method::vlan_config_interface_svl_del,
+                                                     method::mac_config_fdb_static_del,
+                                                     method::vlan_config_interface_svl_add}));
     EXPECT_EQ(sw.rows(table::mac_config_fdb_static).size(), 0u);
     EXPECT_TRUE(zolt_state::plan(sw.handle(), doc, true).empty());
     std::remove(temporary_path("replace.json").c_str());
@@ -269,8 +266,8 @@ TEST(StatePlan, RowsTheSwitchCannotCreateAreRefused) {
     // A new row names every field: there is no live row to merge it over.
     Json::Value partial = document();
     partial[table::access_management_config_ipv4].append(row(1, field(key::VlanId, 10)));
-    const std::string text = zolt_test::runtime_error_of(
-        [&] { zolt_state::plan(sw.handle(), partial); });
+    const std::string text =
+        zolt_test::runtime_error_of([&] { zolt_state::plan(sw.handle(), partial); });
     EXPECT_EQ(text, std::string(table::access_management_config_ipv4) +
                         ", key 1: the switch has no such row, and a new row names every field; "
                         "missing: StartAddress, EndAddress, WebServices, SnmpServices, "
@@ -286,11 +283,11 @@ TEST(StateApplyFailure, TheSwitchIsRolledBackToItsBackup) {
 
     Json::Value doc = document();
     doc[table::port_config].append(row("Gi 1/2", field(key::MTU, 9000)));  // ports
-    doc[table::mac_config_fdb_static].append(                               // layer 2, MAC
+    doc[table::mac_config_fdb_static].append(                              // layer 2, MAC
         row(json(kFdbKey), field(key::PortList, json(R"(["Gi 1/2"])"))));
-    doc[table::vlan_config_interface].append(                               // layer 2, VLAN
+    doc[table::vlan_config_interface].append(  // layer 2, VLAN
         row("Gi 1/2", field(key::AccessVlan, 20)));
-    doc[table::syslog_config_server] = field(key::Mode, true);              // management
+    doc[table::syslog_config_server] = field(key::Mode, true);  // management
 
     const std::string backup = temporary_path("rollback.json");
     sw.clear();
@@ -304,9 +301,9 @@ TEST(StateApplyFailure, TheSwitchIsRolledBackToItsBackup) {
     // The rollback removed the added row and set the changed one back, the later table never
     // reached the switch, and nothing differs from the backup.
     EXPECT_EQ(texts(result.rollback),
-              (std::vector<std::string>{
-                  std::string("- ") + method::mac_config_fdb_static_del + R"( 1 "00:1F:A2:0B:3C:D4")",
-                  zolt_state::call_text(result.rollback[1])}));
+              (std::vector<std::string>{std::string("- ") + method::mac_config_fdb_static_del +
+                                            R"( 1 "00:1F:A2:0B:3C:D4")",
+                                        zolt_state::call_text(result.rollback[1])}));
     EXPECT_EQ(result.rollback[1].method, method::port_config_set);
     EXPECT_EQ(result.rollback_done, 2u);
     EXPECT_TRUE(result.rollback_failures.empty());
@@ -329,10 +326,10 @@ TEST(StateApplyFailure, TheSwitchIsRolledBackToItsBackup) {
     const Json::Value saved = zolt_state::parse_document(text.str());
     std::set<std::string> names;
     for (const std::string& name : saved.getMemberNames()) names.insert(name);
-    EXPECT_EQ(names, (std::set<std::string>{zolt_state::kFormatMember, table::port_config,
-                                            table::mac_config_fdb_static,
-                                            table::vlan_config_interface,
-                                            table::syslog_config_server}));
+    EXPECT_EQ(names,
+              (std::set<std::string>{zolt_state::kFormatMember, table::port_config,
+                                     table::mac_config_fdb_static, table::vlan_config_interface,
+                                     table::syslog_config_server}));
     EXPECT_EQ(zolt_state::check(saved)[table::port_config], before[table::port_config]);
     std::remove(backup.c_str());
 
@@ -398,44 +395,44 @@ TEST(StateDocument, ABadValueIsRefusedBeforeAnyCallNamingTableKeyAndField) {
     Json::Value rows(Json::arrayValue);
     rows.append(row("Gi 1/1", field(key::MTU, 9000)));
     rows.append(row("Gi 1/2", field(key::MTU, -1)));
-    cases.push_back({with(table::port_config, rows),
-                     std::string(table::port_config) + ", key \"Gi 1/2\", field MTU: Unexpected type"});
-    cases.push_back({with(table::port_config,
-                          rows_of({row("Gi 1/1", field("Mtu", 1))})),
+    cases.push_back(
+        {with(table::port_config, rows),
+         std::string(table::port_config) + ", key \"Gi 1/2\", field MTU: Unexpected type"});
+    cases.push_back({with(table::port_config, rows_of({row("Gi 1/1", field("Mtu", 1))})),
                      std::string(table::port_config) + ", key \"Gi 1/1\": no field \"Mtu\"; its "
                                                        "fields: Shutdown, "});
     cases.push_back({with(table::mac_config_global, field(key::AgeTime, "long")),
                      std::string(table::mac_config_global) + ", field AgeTime: Unexpected type"});
     // The codecs cut a number to its width without a word: the document is refused instead of
     // sending another value than it says.
-    cases.push_back({with(table::vlan_config_interface_svl,
-                          rows_of({row(70000, 1)})),
+    cases.push_back({with(table::vlan_config_interface_svl, rows_of({row(70000, 1)})),
                      std::string(table::vlan_config_interface_svl) +
                          ", key 70000: 70000 does not fit its type (it would be sent as 4464)"});
     cases.push_back(
         {with(table::mac_config_fdb_static,
               rows_of({row(json(R"([1, "not a mac"])"), field(key::PortList, Json::Value()))})),
-         std::string(table::mac_config_fdb_static) + R"(, key [1,"not a mac"]: Mac address is invalid)"});
-    cases.push_back({with(table::mac_config_fdb_static,
-                          rows_of({row(1, Json::Value())})),
-                     std::string(table::mac_config_fdb_static) +
-                         ", key 1: the key is an array of 2 members"});
+         std::string(table::mac_config_fdb_static) +
+             R"(, key [1,"not a mac"]: Mac address is invalid)"});
+    cases.push_back(
+        {with(table::mac_config_fdb_static, rows_of({row(1, Json::Value())})),
+         std::string(table::mac_config_fdb_static) + ", key 1: the key is an array of 2 members"});
     Json::Value twice(Json::arrayValue);
     twice.append(row("Gi 1/1", field(key::MTU, 9000)));
     twice.append(row("Gi 1/1", field(key::MTU, 9100)));
     cases.push_back({with(table::port_config, twice),
                      std::string(table::port_config) + ", key \"Gi 1/1\": the row appears twice"});
     cases.push_back({with(method::port_config_get, Json::Value(Json::arrayValue)),
-                     std::string("\"") + method::port_config_get +
-                         "\" is no configuration table"});
+                     std::string("\"") + method::port_config_get + "\" is no configuration table"});
     cases.push_back({with(table::port_config, field(key::MTU, 1)),
                      std::string(table::port_config) +
                          ": a keyed table is an array of {\"key\", \"val\"} rows"});
-    cases.push_back({json(R"({})"), "the document has no \"format\" member (this version reads 1)"});
+    cases.push_back(
+        {json(R"({})"), "the document has no \"format\" member (this version reads 1)"});
     cases.push_back({json(R"({"format": 2})"), "format 2 is not supported (this version reads 1)"});
 
     for (const Case& c : cases) {
-        const std::string what = zolt_test::runtime_error_of([&] { zolt_state::plan(sw.handle(), c.doc); });
+        const std::string what =
+            zolt_test::runtime_error_of([&] { zolt_state::plan(sw.handle(), c.doc); });
         EXPECT_EQ(what.substr(0, c.message.size()), c.message) << what;
         EXPECT_THROW(zolt_state::apply(sw.handle(), c.doc, false, temporary_path("never.json")),
                      zolt_state::DocumentError);
@@ -470,32 +467,31 @@ TEST(StateDiff, EachKindOfDifferenceAsTextAndJson) {
 
     const std::vector<Change> changes = zolt_state::diff(before, after);
     const std::string fdb = std::string(table::mac_config_fdb_static) + " " + kFdbKeyWritten;
-    EXPECT_EQ(texts(changes),
-              (std::vector<std::string>{
-                  std::string("+ ") + table::port_config + " \"Gi 1/1\" {" + q(key::MTU) + ":9000}",
-                  "- " + fdb + " {" + q(key::PortList) + ":[\"Gi 1/2\"]}",
-                  std::string("~ ") + table::mac_config_global + " " + key::AgeTime +
-                      ": 300 -> 600",
-                  std::string("- ") + table::vlan_config_interface_svl + " 10 1",
-                  std::string("~ ") + table::vlan_config_interface_svl + " 20 2 -> 5",
-                  std::string("+ ") + table::vlan_config_interface_svl + " 30 3",
-              }));
+    EXPECT_EQ(
+        texts(changes),
+        (std::vector<std::string>{
+            std::string("+ ") + table::port_config + " \"Gi 1/1\" {" + q(key::MTU) + ":9000}",
+            "- " + fdb + " {" + q(key::PortList) + ":[\"Gi 1/2\"]}",
+            std::string("~ ") + table::mac_config_global + " " + key::AgeTime + ": 300 -> 600",
+            std::string("- ") + table::vlan_config_interface_svl + " 10 1",
+            std::string("~ ") + table::vlan_config_interface_svl + " 20 2 -> 5",
+            std::string("+ ") + table::vlan_config_interface_svl + " 30 3",
+        }));
 
     const Json::Value as_json = zolt_state::to_json(changes);
     ASSERT_EQ(as_json.size(), 6u);
-    EXPECT_EQ(text_of(as_json[2]),
-              text_of(json(std::string(R"({"kind": "changed", "table": ")") +
-                           table::mac_config_global + R"(", "field": ")" + key::AgeTime +
-                           R"(", "before": 300, "after": 600})")));
+    EXPECT_EQ(
+        text_of(as_json[2]),
+        text_of(json(std::string(R"({"kind": "changed", "table": ")") + table::mac_config_global +
+                     R"(", "field": ")" + key::AgeTime + R"(", "before": 300, "after": 600})")));
     EXPECT_EQ(as_json[1]["kind"], "removed");
     EXPECT_EQ(as_json[1]["key"], json(kFdbKeyWritten));
     EXPECT_FALSE(as_json[1].isMember("after"));
     EXPECT_EQ(as_json[0]["kind"], "added");
     EXPECT_FALSE(as_json[0].isMember("before"));
-    EXPECT_EQ(text_of(as_json[4]),
-              text_of(json(std::string(R"({"kind": "changed", "table": ")") +
-                           table::vlan_config_interface_svl +
-                           R"(", "key": 20, "before": 2, "after": 5})")));
+    EXPECT_EQ(text_of(as_json[4]), text_of(json(std::string(R"({"kind": "changed", "table": ")") +
+                                                table::vlan_config_interface_svl +
+                                                R"(", "key": 20, "before": 2, "after": 5})")));
 
     EXPECT_TRUE(zolt_state::diff(before, before).empty());
     // A field only one side names is not compared: a partial row manages only its fields.
@@ -553,8 +549,7 @@ TEST(StateEveryTable, ASwitchsWholeConfigurationMovesToAnotherAndBack) {
     EXPECT_TRUE(zolt_state::plan(target.handle(), wanted, true).empty());
     // The simulators' own states agree, table by table.
     for (const std::string& name : config_tables) {
-        EXPECT_EQ(target.rows(name), source.rows(name))
-            << name;
+        EXPECT_EQ(target.rows(name), source.rows(name)) << name;
     }
 
     // And back: the backup holds what the apply touched, as the fresh switch had it. Rows that
