@@ -73,7 +73,7 @@ protected:
 zolt_sim::Simulator* Sweep::simulator = nullptr;
 
 TEST_F(Sweep, EveryTypedFunctionGetsTheExactAnswerOfTheSwitchsState) {
-    Rows rows = rows_of(simulator->model().snapshot());
+    Rows rows = rows_of(simulator->model().snapshot(simulator->model().now()));
     std::set<std::string> shapes_seen;
     int round_trips = 0;
     for (std::size_t i = 0; i < zolt_test::kSweepCount; ++i) {
@@ -117,7 +117,8 @@ TEST_F(Sweep, EveryTypedFunctionGetsTheExactAnswerOfTheSwitchsState) {
         if (code != 0) continue;
 
         if (shape == "set" || shape == "add" || shape == "del" || shape == "bare") {
-            rows = rows_of(simulator->model().snapshot());  // writes may reach other tables
+            rows = rows_of(simulator->model().snapshot(
+                simulator->model().now()));  // writes may reach other tables
         }
         if (call.expected != nullptr) {
             EXPECT_EQ(compact(output), compact(zolt_test::json(call.expected)))
