@@ -17,7 +17,6 @@
 namespace {
 
 using zolt_test::ClientTest;
-using zolt_test::runtime_error_of;
 
 // --- the return convention ---------------------------------------------------------------------
 
@@ -70,19 +69,6 @@ TEST_F(ReturnConvention, MethodsWithoutOutputNeverLookAtTheResult) {
 
 class Decoding : public ClientTest {};
 
-TEST_F(Decoding, AGetAllResultMustBeAnArray) {
-    std::map<std::string, zolt_appl_port_mib_conf_t> table;
-    for (const char* result : {"null", "{}", R"({"key":"Gi 1/1","val":{}})", "1"}) {
-        server.respond_result(result);
-        EXPECT_EQ(runtime_error_of([&] { zolt_port_config_get(handle(), &table); }),
-                  "Result is not an array")
-            << result;
-    }
-    // The error test comes first: a refusal with a non-array result is only a code.
-    server.respond_error(R"({"code":4})");
-    EXPECT_EQ(zolt_port_config_get(handle(), &table), 4);
-}
-
 TEST_F(Decoding, GetAllMergesIntoThePrefilledMap) {
     std::map<std::tuple<unsigned short, zolt_mac_t>, zolt_appl_mac_stack_addr_entry_t> table;
     const zolt_mac_t known{{0, 0, 0, 0, 0, 1}};
@@ -94,6 +80,28 @@ TEST_F(Decoding, GetAllMergesIntoThePrefilledMap) {
     ASSERT_EQ(table.size(), 2u);
     EXPECT_EQ(table.begin()->second.Dynamic, 42) << "the caller's row is not replaced";
     EXPECT_EQ(table.rbegin()->second.Dynamic, 2) << "a byte that looks like a flag stays 2";
+}
+
+// An inventory is a record the library declares but cannot read: a refusal is returned, and any
+// result, once posted for, throws.
+TEST_F(Decoding, AnInventoryGetReturnsARefusalAndThrowsOnWhateverResult) {
+    using Get = int (*)(void*, const std::string&, zolt_appl_json_rpc_inventory_t*);
+    const Get gets[] = {&zolt_json_rpc_status_introspection_generic_inventory_get,
+                        &zolt_json_rpc_status_introspection_specific_inventory_get};
+    zolt_appl_json_rpc_inventory_t inventory{};
+    server.respond_error(R"({"code":3,"message":"no such group"})");
+    EXPECT_EQ(gets[0](handle(), "port", &inventory), 3);
+    server.respond_error(R"({"message":"no code"})");
+    EXPECT_EQ(gets[1](handle(), "port", &inventory), -1);
+    for (const char* result : {"null", "{}", R"({"methods":["port.config.get"]})", "[]", "7"}) {
+        server.respond_result(result);
+        for (const Get get : gets) {
+            EXPECT_THROW_EXACT(get(handle(), "port", &inventory), std::runtime_error,
+                               "not implemented")
+                << result;
+        }
+    }
+    EXPECT_EQ(server.count(), 12u) << "each call posted its request first";
 }
 
 }  // namespace
