@@ -10,6 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <set>
@@ -95,12 +96,6 @@ Result run_process(const std::vector<std::string>& argv, const std::vector<std::
     return r;
 }
 
-std::size_t count_lines(const std::string& text) {
-    std::size_t n = 0;
-    for (char c : text) n += c == '\n';
-    return n;
-}
-
 class Cli : public ::testing::Test {
 protected:
     void SetUp() override { sim.start(); }
@@ -124,16 +119,14 @@ void expect_exit(const Result& r, int status, const std::string& err) {
 
 // --- what the catalog holds ------------------------------------------------------------------
 
-TEST_F(Cli, MethodsListsTheOverloadsOfTheMethodsNamed) {
+TEST_F(Cli, MethodsListsAndDescribeShowsTheOverloadsWithTheFieldsAndTextsOfTheirTypes) {
     const Result filtered = run_in_process({"methods", "port.config"});
     ASSERT_EQ(filtered.status, 0);
     EXPECT_EQ(filtered.out,
               "port.config.get\tkeyed get\tstring\tzolt_appl_port_mib_conf_t\n"
               "port.config.get\tget-all\t-\tmap<string, zolt_appl_port_mib_conf_t>\n"
               "port.config.set\tset\tstring, zolt_appl_port_mib_conf_t\t-\n");
-}
 
-TEST_F(Cli, DescribeShowsEveryOverloadAndTheFieldsAndTextsOfItsTypes) {
     const Result r = run_in_process({"describe", "port.config.set"});
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out.find("port.config.set\n  1: set, zolt_port_config_set(string, "
@@ -145,7 +138,6 @@ TEST_F(Cli, DescribeShowsEveryOverloadAndTheFieldsAndTextsOfItsTypes) {
         << r.out;
     EXPECT_NE(r.out.find("  MTU                u32\n"), std::string::npos);
     EXPECT_NE(r.out.find("enumeration zolt_appl_port_media_t\n  \"rj45\"\n"), std::string::npos);
-
     const Result blind = run_in_process({"describe", "ipmc-snooping.config.interface.port.get"});
     ASSERT_EQ(blind.status, 0);
     EXPECT_NE(blind.out.find("  4: keyed get,"), std::string::npos) << blind.out;
@@ -197,7 +189,7 @@ TEST_F(Cli, OutputTableAlignsColumnsAndFieldLines) {
     std::getline(lines, first);
     EXPECT_EQ(header.rfind("key     Shutdown  Speed ", 0), 0u) << header;
     EXPECT_EQ(first.rfind("Gi 1/1  false     ", 0), 0u) << first;
-    EXPECT_EQ(count_lines(r.out), 9u) << "a header and one line per port";
+    EXPECT_EQ(std::count(r.out.begin(), r.out.end(), '\n'), 9) << "a header and one line per port";
     EXPECT_EQ(header.find("MTU"), first.find("10240")) << "columns line up";
 
     r = zolt({"--output", "table", "call", "syslog.config.server.get"});
