@@ -4,13 +4,13 @@
 
 #ifdef ZOLT_CLI_PROGRAM
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <json/json.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <set>
@@ -57,42 +57,28 @@ std::string slurp(const std::string& path) {
     return text.str();
 }
 
-// Runs `argv` (argv[0] a path) with exactly the environment `env`, standard input empty and the
-// standard streams caught in scratch files.
+// A word as the shell reads it literally.
+std::string quoted(const std::string& word) {
+    std::string out = "'";
+    for (char c : word) out += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return out + "'";
+}
+
+// Runs `argv` (argv[0] a path) with exactly the environment `env` and standard input empty.
 Result run_process(const std::vector<std::string>& argv, const std::vector<std::string>& env) {
-    char out_path[] = "/tmp/zolt-cli-out-XXXXXX";
-    char err_path[] = "/tmp/zolt-cli-err-XXXXXX";
-    const int out_fd = mkstemp(out_path);
-    const int err_fd = mkstemp(err_path);
-    EXPECT_GE(out_fd, 0);
-    EXPECT_GE(err_fd, 0);
-    std::vector<std::string> args = argv;
-    std::vector<std::string> vars = env;
-    std::vector<char*> c_args;
-    for (std::string& a : args) c_args.push_back(&a[0]);
-    c_args.push_back(nullptr);
-    std::vector<char*> c_env;
-    for (std::string& v : vars) c_env.push_back(&v[0]);
-    c_env.push_back(nullptr);
-    const pid_t pid = fork();
-    if (pid == 0) {
-        const int null_fd = open("/dev/null", O_RDONLY);
-        dup2(null_fd, 0);
-        dup2(out_fd, 1);
-        dup2(err_fd, 2);
-        execve(c_args[0], c_args.data(), c_env.data());
-        _exit(127);
-    }
-    int wait_status = 0;
-    waitpid(pid, &wait_status, 0);
-    close(out_fd);
-    close(err_fd);
+    const std::string err_path = testing::TempDir() + "zolt-cli-err-" + std::to_string(getpid());
+    std::string command = "env -i";
+    for (const std::string& word : env) command += " " + quoted(word);
+    for (const std::string& word : argv) command += " " + quoted(word);
+    FILE* pipe = popen((command + " </dev/null 2>" + quoted(err_path)).c_str(), "r");
     Result r;
-    r.status = WIFEXITED(wait_status) ? WEXITSTATUS(wait_status) : -1;
-    r.out = slurp(out_path);
+    char buffer[4096];
+    for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+        r.out.append(buffer, n);
+    const int status = pclose(pipe);
+    r.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     r.err = slurp(err_path);
-    unlink(out_path);
-    unlink(err_path);
+    unlink(err_path.c_str());
     return r;
 }
 
