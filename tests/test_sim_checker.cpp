@@ -55,39 +55,25 @@ Json::Value stored(const Type& type, const std::string& text) {
     return out;
 }
 
-// A value of the wrong JSON type, for every kind: "expected <what>, got <JSON type>".
-TEST(SimChecker, EveryKindRefusesTheWrongJsonType) {
-    const struct {
-        const Type& type;
-        const char* text;
-        const char* expected;
-        const char* got;
-    } kCases[] = {
-        {kBool, "1", "a boolean", "an integer"},
-        {kU8, "true", "an integer", "a boolean"},
-        {kU8, "1.5", "an integer", "a number with a fraction"},
-        {kText, "null", "a string", "null"},
-        {kMac, "[]", "a MAC address text", "an array"},
-        {kHex, "{}", "a hex text", "an object"},
-        {kStamp, "true", "a time stamp", "a boolean"},
-        {kNames, R"("Gi 1/1")", "an array", "a string"},
-        {kMode, "0", "an enumeration text", "an integer"},
-        {kOuter, "[]", "an object", "an array"},
-        {kOpaque, R"("x")", "an object", "a string"},
-    };
-    for (const auto& c : kCases) {
-        EXPECT_EQ(refusal(c.type, c.text),
-                  std::string("expected ") + c.expected + ", got " + c.got);
-    }
-}
-
-// Each value refused with its reason, or accepted (an empty reason).
-TEST(SimChecker, ValuesOfTheRightTypeMustFitItsRules) {
+// Each value refused with its reason, or accepted (an empty reason): first a value of the wrong
+// JSON type for every kind, then values of the right type that must fit its rules.
+TEST(SimChecker, ValuesMustHaveTheirJsonTypeAndFitTheirRules) {
     const struct {
         const Type& type;
         const char* text;
         const char* reason;
     } kCases[] = {
+        {kBool, "1", "expected a boolean, got an integer"},
+        {kU8, "true", "expected an integer, got a boolean"},
+        {kU8, "1.5", "expected an integer, got a number with a fraction"},
+        {kText, "null", "expected a string, got null"},
+        {kMac, "[]", "expected a MAC address text, got an array"},
+        {kHex, "{}", "expected a hex text, got an object"},
+        {kStamp, "true", "expected a time stamp, got a boolean"},
+        {kNames, R"("Gi 1/1")", "expected an array, got a string"},
+        {kMode, "0", "expected an enumeration text, got an integer"},
+        {kOuter, "[]", "expected an object, got an array"},
+        {kOpaque, R"("x")", "expected an object, got a string"},
         // Integers fit their width; list elements are counted from 1.
         {kU8, "255", ""},
         {kU8, "256", "256 is out of range for unsigned char (0..255)"},
