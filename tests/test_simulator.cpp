@@ -195,9 +195,16 @@ TEST(SimulatorCounters, AdvanceWithTimeOnPortsWithALinkAndAClearStartsThemAgain)
 // ---------------------------------------------------------------------------------------------
 // Refusals: HTTP authentication, then the JSON-RPC envelope, then the method and its params.
 
-TEST(SimulatorRefusals, WrongOrMissingCredentialsGet401WithAChallenge) {
+// Other HTTP methods get 405; wrong or missing credentials 401 with a challenge.
+TEST(SimulatorRefusals, OtherHttpMethodsAndWrongOrMissingCredentials) {
     Simulator simulator;
     simulator.start();
+    httplib::Client client("127.0.0.1", simulator.port());
+    client.set_basic_auth(kUser, kPassword);
+    httplib::Result result = client.Get("/");
+    ASSERT_TRUE(result);
+    EXPECT_EQ(result->status, 405);
+    EXPECT_EQ(result->get_header_value("Allow"), "POST");
     for (const Raw& refused :
          {post(simulator, "{}", kUser, "wrong"), post(simulator, "{}", nullptr)}) {
         EXPECT_EQ(refused.status, 401);
@@ -298,31 +305,14 @@ TEST(SimulatorRefusals, AValueThatDoesNotFitItsTypeNamesMethodParamAndReason) {
                    -32602,
                    "port.config.set: param 2: member \"MTU\": expected an integer, got a string");
 
-    // What is accepted is stored in the switch's own form; nothing refused reached the state.
-    ASSERT_TRUE(
-        call(simulator, "mac.config.fdb.static.add", R"([1, "0:1f:a2:b:3c:d4", {"PortList":[]}])")
-            .answer["error"]
-            .isNull());
-    EXPECT_EQ(call(simulator, "mac.config.fdb.static.get", "[]").answer["result"][0u]["key"][1u],
-              Json::Value("00:1F:A2:0B:3C:D4"));
+    // Nothing refused reached the state.
     zolt_appl_port_mib_conf_t now{};
     ASSERT_EQ(zolt_port_config_get(sw.handle(), "Gi 1/1", &now), 0);
     EXPECT_EQ(now.MTU, 10240u);
 }
 
-TEST(SimulatorRefusals, OtherHttpMethodsGet405) {
-    Simulator simulator;
-    simulator.start();
-    httplib::Client client("127.0.0.1", simulator.port());
-    client.set_basic_auth(kUser, kPassword);
-    httplib::Result result = client.Get("/");
-    ASSERT_TRUE(result);
-    EXPECT_EQ(result->status, 405);
-    EXPECT_EQ(result->get_header_value("Allow"), "POST");
-}
-
 // ---------------------------------------------------------------------------------------------
-// Fault modes, as the library sees them.
+// Fault modes.
 
 // What the library makes of each is the engine's part (test_engine.cpp).
 TEST(SimulatorFaults, HtmlDropAndBadStatusMarkEveryAnswer) {
