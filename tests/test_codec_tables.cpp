@@ -49,42 +49,38 @@ TEST(TableCodec, NoRowsLeaveTheMapAsItWas) {
     EXPECT_TRUE(keyOnly.empty());
 }
 
-TEST(TableCodec, TheFirstRowWithAKeyWinsAndOldEntriesStay) {
+// Old entries stay and the first row with a key wins; every row starts from a fresh value (the
+// second must not see the first row's list); a failing row keeps the rows before it.
+TEST(TableCodec, RowsAreAddedOneByOneFirstRowWinning) {
     std::map<std::string, unsigned int> table{{"a", 9}, {"b", 4}};
     parse(json(R"([{"key":"a","val":1},{"key":"c","val":2},{"key":"c","val":3}])"), table);
     EXPECT_EQ(table, (std::map<std::string, unsigned int>{{"a", 9}, {"b", 4}, {"c", 2}}));
-}
 
-TEST(TableCodec, EveryRowStartsFromAFreshValue) {
-    // The second row must not see the first row's list.
-    std::map<unsigned short, std::vector<std::string>> table;
-    parse(json(R"([{"key":1,"val":["Gi 1/1","Gi 1/2"]},{"key":2,"val":["Gi 1/3"]}])"), table);
-    EXPECT_EQ(table[2], (std::vector<std::string>{"Gi 1/3"}));
-}
+    std::map<unsigned short, std::vector<std::string>> lists;
+    parse(json(R"([{"key":1,"val":["Gi 1/1","Gi 1/2"]},{"key":2,"val":["Gi 1/3"]}])"), lists);
+    EXPECT_EQ(lists[2], (std::vector<std::string>{"Gi 1/3"}));
 
-TEST(TableCodec, AFailingRowKeepsTheRowsBeforeIt) {
-    std::map<int, bool> table;
+    std::map<int, bool> flags;
     EXPECT_EQ(
-        runtime_error_of(json(R"([{"key":1,"val":true},{"key":2},{"key":3,"val":true}])"), table),
+        runtime_error_of(json(R"([{"key":1,"val":true},{"key":2},{"key":3,"val":true}])"), flags),
         "Unexpected type");
-    EXPECT_EQ(table, (std::map<int, bool>{{1, true}}));
+    EXPECT_EQ(flags, (std::map<int, bool>{{1, true}}));
 }
 
 // --- two-member tuple keys ---------------------------------------------------------------------
 
-TEST(TupleKey, AMissingSecondMemberFailsAfterTheFirstIsRead) {
+// Extra members are ignored; a missing second member fails after the first is read.
+TEST(TupleKey, IsAnArrayReadMemberByMember) {
+    std::tuple<int, int> pair;
+    parse(json("[1, 2, 3]"), pair);
+    EXPECT_EQ(pair, std::make_tuple(1, 2));
+    EXPECT_EQ(runtime_error_of(json(R"({"0":1,"1":2})"), pair), "Unexpected type");
+    EXPECT_EQ(runtime_error_of(json("12"), pair), "Unexpected type");
+
     std::tuple<std::string, int> key{"old", 7};
     EXPECT_EQ(runtime_error_of(json(R"(["x"])"), key), "Unexpected type");
     EXPECT_EQ(std::get<0>(key), "x");
     EXPECT_EQ(std::get<1>(key), 7);
-}
-
-TEST(TupleKey, ExtraMembersAreIgnoredAndANonArrayIsRefused) {
-    std::tuple<int, int> key;
-    parse(json("[1, 2, 3]"), key);
-    EXPECT_EQ(key, std::make_tuple(1, 2));
-    EXPECT_EQ(runtime_error_of(json(R"({"0":1,"1":2})"), key), "Unexpected type");
-    EXPECT_EQ(runtime_error_of(json("12"), key), "Unexpected type");
 }
 
 // --- the MAC table's key ------------------------------------------------------------------------
