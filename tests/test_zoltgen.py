@@ -11,7 +11,7 @@ import textwrap
 import unittest
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
-GENERATOR = os.path.join(ROOT, "tools", "zoltgen.py")
+GENERATOR = os.path.join(ROOT, "tools", "zoltgen")
 
 GOOD = """\
 family demo
