@@ -5,13 +5,11 @@
 #include <json/json.h>
 
 #include <map>
-#include <stdexcept>
 #include <string>
 #include <tuple>
 #include <vector>
 
 #include "client/zoltclient.h"
-#include "support/expect.h"
 #include "support/test_server.h"
 
 namespace {
@@ -80,28 +78,6 @@ TEST_F(Decoding, GetAllMergesIntoThePrefilledMap) {
     ASSERT_EQ(table.size(), 2u);
     EXPECT_EQ(table.begin()->second.Dynamic, 42) << "the caller's row is not replaced";
     EXPECT_EQ(table.rbegin()->second.Dynamic, 2) << "a byte that looks like a flag stays 2";
-}
-
-// An inventory is a record the library declares but cannot read: a refusal is returned, and any
-// result, once posted for, throws.
-TEST_F(Decoding, AnInventoryGetReturnsARefusalAndThrowsOnWhateverResult) {
-    using Get = int (*)(void*, const std::string&, zolt_appl_json_rpc_inventory_t*);
-    const Get gets[] = {&zolt_json_rpc_status_introspection_generic_inventory_get,
-                        &zolt_json_rpc_status_introspection_specific_inventory_get};
-    zolt_appl_json_rpc_inventory_t inventory{};
-    server.respond_error(R"({"code":3,"message":"no such group"})");
-    EXPECT_EQ(gets[0](handle(), "port", &inventory), 3);
-    server.respond_error(R"({"message":"no code"})");
-    EXPECT_EQ(gets[1](handle(), "port", &inventory), -1);
-    for (const char* result : {"null", "{}", R"({"methods":["port.config.get"]})", "[]", "7"}) {
-        server.respond_result(result);
-        for (const Get get : gets) {
-            EXPECT_THROW_EXACT(get(handle(), "port", &inventory), std::runtime_error,
-                               "not implemented")
-                << result;
-        }
-    }
-    EXPECT_EQ(server.count(), 12u) << "each call posted its request first";
 }
 
 }  // namespace
