@@ -58,8 +58,9 @@ fail() { echo "family lifecycle: $*" >&2; exit 1; }
 
 build
 gen="$scratch/build/gen"
-nm -D --defined-only "$scratch/build/libzolt-client.so" | grep -q zolt_synthetic_config_port_set ||
-    fail "the library does not export the new family"
+# Each listing is read whole first: grep -q in a pipe would end it early under pipefail.
+exports=$(nm -D --defined-only "$scratch/build/libzolt-client.so")
+grep -q zolt_synthetic_config_port_set <<<"$exports" || fail "the library does not export the new family"
 [ -f "$gen/docs/synthetic.md" ] || fail "no reference page"
 grep -q '"synthetic.config.member.add"' "$gen/tests/sweep.cpp" || fail "the sweep misses it"
 
@@ -74,7 +75,7 @@ for _ in $(seq 100); do
 done
 [ -n "$address" ] || fail "the simulator did not start"
 ZOLT_URL="http://$address/" ZOLT_USER=admin ZOLT_PASSWORD=admin \
-    "$scratch/build/cli/zolt" call synthetic.config.port.get "Gi 1/1" | grep -q '"Mode" : "off"' ||
+    "$scratch/build/cli/zolt" call synthetic.config.port.get "Gi 1/1" | grep -q '"Mode": "off"' ||
     fail "the simulator does not serve the new family"
 kill $sim
 "$scratch/build/tests/zolt_tests" --gtest_filter='Sweep.*:Cli.EveryTypedFunctionIsReachableThroughCall' >"$scratch/sweep.log" 2>&1 ||
@@ -85,8 +86,7 @@ rm "$family"
 build
 left=$(grep -rl synthetic "$gen" || true)
 [ -z "$left" ] || fail "outputs of the removed family remain: $left"
-if nm -D --defined-only "$scratch/build/libzolt-client.so" | grep -q synthetic; then
-    fail "the library still exports the removed family"
-fi
+exports=$(nm -D --defined-only "$scratch/build/libzolt-client.so")
+if grep -q synthetic <<<"$exports"; then fail "the library still exports the removed family"; fi
 rm -rf "$scratch"
 echo "family lifecycle: added, built, served, swept, documented, removed"
