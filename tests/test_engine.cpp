@@ -39,10 +39,6 @@ protected:
 
 // ---- Request text ------------------------------------------------------------------------
 
-TEST_F(Engine, NoArgumentsSendAnEmptyParamsArray) {
-    EXPECT_EQ(posted("port.config.get"), request_text("port.config.get", "[]"));
-}
-
 TEST_F(Engine, EachScalarKindAsTheOnlyArgument) {
     EXPECT_EQ(posted("m", std::string("Gi 1/1")), request_text("m", R"([ "Gi 1/1" ])"));
     EXPECT_EQ(posted("m", "Gi 1/1"), request_text("m", R"([ "Gi 1/1" ])"))
@@ -55,28 +51,6 @@ TEST_F(Engine, EachScalarKindAsTheOnlyArgument) {
     EXPECT_EQ(posted("m", 4294967295u), request_text("m", "[ 4294967295 ]"));
     EXPECT_EQ(posted("m", kMac), request_text("m", R"([ "00:1F:A2:0B:3C:D4" ])"));
     EXPECT_EQ(posted("m", zolt_appl_vlan_port_mode_trunk), request_text("m", R"([ "trunk" ])"));
-}
-
-TEST_F(Engine, SeveralArgumentsKeepTheirPositions) {
-    EXPECT_EQ(posted("mvr.status.igmp.group.src-list.get", std::string("Gi 1/1"),
-                     static_cast<unsigned short>(10), kMac, true),
-              request_text("mvr.status.igmp.group.src-list.get",
-                           R"([ "Gi 1/1", 10, "00:1F:A2:0B:3C:D4", true ])"));
-    EXPECT_EQ(posted("m", 7, 8u, static_cast<unsigned char>(9)), request_text("m", "[ 7, 8, 9 ]"));
-}
-
-TEST_F(Engine, LongOrNonAsciiTextIsWrittenTheStyledWay) {
-    // One element per line once the one-line form would reach 74 characters.
-    const std::string port = "GigabitEthernet 1/1";
-    EXPECT_EQ(posted("m", port, port, port, port), request_text("m", R"([
-      "GigabitEthernet 1/1",
-      "GigabitEthernet 1/1",
-      "GigabitEthernet 1/1",
-      "GigabitEthernet 1/1"
-   ])"));
-    // Quotes and control characters are escaped, and so is everything outside ASCII.
-    EXPECT_EQ(posted("m", std::string("a\"b\\c\td\xC3\xBC")),
-              request_text("m", R"([ "a\"b\\c\td\u00fc" ])"));
 }
 
 TEST_F(Engine, AnArgumentThatCannotBeEncodedStopsTheCallBeforeThePost) {
