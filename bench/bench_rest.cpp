@@ -172,7 +172,8 @@ void BM_LargeAnswerPeakMemory(benchmark::State& state) {
         const long before = status_kb("VmRSS");
         Json::Value answer;
         try {
-            answer = zolt_json_rpc_call(static_cast<zoltclient*>(handle), request);
+            answer = zolt::exchange(static_cast<zoltclient*>(handle), request.c_str(),
+                                    Json::Value(Json::arrayValue));
         } catch (const std::exception& e) {
             state.SkipWithError(e.what());
             break;

@@ -3,7 +3,6 @@
 #include <json/reader.h>
 
 #include <cstdio>
-#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -15,7 +14,10 @@ namespace zolt {
 
 namespace {
 
-using HeldResponse = std::unique_ptr<rest_response_t, void (*)(rest_response_t*)>;
+// A server status can still carry a JSON-RPC answer, so the 500s are read like successes.
+bool status_passes(long status) {
+    return (status >= 200 && status <= 299) || (status >= 500 && status <= 599);
+}
 
 // Parses the collected text where it lies: the reader is handed the transport's own buffer, so
 // a large answer exists once as text and once as a tree, and the text goes as soon as the tree
@@ -44,12 +46,10 @@ std::string excerpt_of(const rest_response_t& response) {
 
 Json::Value read_answer(rest_response_t* response) {
     // Released on every way out, including an exception from the parser's allocations.
-    HeldResponse held(response, rest_free_response);
+    HeldResponse held(response);
 
-    // A server status can still carry a JSON-RPC answer, so the 500s are read like successes.
     const long status_code = response->status;
-    const unsigned long status = static_cast<unsigned long>(status_code);
-    if (!((status >= 200 && status <= 299) || (status >= 500 && status <= 599))) {
+    if (!status_passes(status_code)) {
         held.reset();
         throw status_error(status_code);  // "Network error, return code: <status>"
     }
@@ -88,8 +88,7 @@ rest_response_t* post(zoltclient* client, const char* method, const Json::Value&
 }
 
 const char* passing_body(const rest_response_t* response, std::size_t* length) {
-    const unsigned long status = static_cast<unsigned long>(response->status);
-    if (!((status >= 200 && status <= 299) || (status >= 500 && status <= 599))) return nullptr;
+    if (!status_passes(response->status)) return nullptr;
     *length = rest_body_length(response);
     return response->body != nullptr ? response->body : "";
 }

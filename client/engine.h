@@ -9,6 +9,7 @@
 #include <json/value.h>
 
 #include <cstddef>
+#include <memory>
 #include <string>
 
 #include "client/rest.h"
@@ -20,6 +21,12 @@ struct zoltclient {
 };
 
 namespace zolt {
+
+// Frees a response of the transport when its holder goes.
+struct ResponseFree {
+    void operator()(rest_response_t* response) const { rest_free_response(response); }
+};
+using HeldResponse = std::unique_ptr<rest_response_t, ResponseFree>;
 
 // Posts {"id": "jsonrpc", "method": method, "params": params} and returns the parsed answer,
 // which is an object holding both "error" and "result". Everything else throws std::runtime_error,
@@ -54,26 +61,3 @@ Json::Value encode_params(const Args&... args) {
 }
 
 }  // namespace zolt
-
-// The end of the argument list: the request is complete and goes out.
-inline Json::Value zolt_json_rpc_call_(zoltclient* client, const std::string& method,
-                                       Json::Value& params) {
-    return zolt::exchange(client, method.c_str(), params);
-}
-
-// Appends the first argument to "params" and recurses. An argument that cannot be encoded (an
-// enumeration out of range) throws here, before anything is posted.
-template <class A, class... Rest>
-Json::Value zolt_json_rpc_call_(zoltclient* client, const std::string& method, Json::Value& params,
-                                const A& first, const Rest&... rest) {
-    params.append(zolt::to_json(first));
-    return zolt_json_rpc_call_(client, method, params, rest...);
-}
-
-// The constant id "jsonrpc" stands where a protocol version might be expected; it is never
-// compared with the answer's.
-template <class... Args>
-Json::Value zolt_json_rpc_call(zoltclient* client, const std::string& method, const Args&... args) {
-    Json::Value params(Json::arrayValue);
-    return zolt_json_rpc_call_(client, method, params, args...);
-}

@@ -24,24 +24,15 @@ int call_params(void* handle, const char* method, const Json::Value& params, Dec
 }
 
 int read_result(rest_response_t* response, Decoder decode, DirectDecoder direct, void* out) {
+    HeldResponse held(response);
     std::size_t length = 0;
     const char* text = direct != nullptr ? passing_body(response, &length) : nullptr;
-    bool decoded = false;
-    try {
-        decoded = text != nullptr && direct(text, length, out);
-    } catch (...) {
-        rest_free_response(response);
-        throw;
-    }
-    if (decoded) {
-        rest_free_response(response);
-        return 0;
-    }
+    if (text != nullptr && direct(text, length, out)) return 0;
     // Off the direct path the tree takes over; the answer's status and first bytes outlive its
     // text for "Result is not an array".
     const long status = response->status;
     const std::string excerpt = excerpt_of(*response);
-    const Json::Value answer = read_answer(response);
+    const Json::Value answer = read_answer(held.release());
     const Json::Value& error = answer["error"];
     if (!error.isNull()) return error_code(error);
     if (decode == nullptr) return 0;

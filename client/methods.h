@@ -1,8 +1,9 @@
 #pragma once
 
-// The call shapes that every generated typed function is one call of. A typed function names
-// its method string, hands its arguments (keys first, a value last) to the call engine, and
-// then reads the answer's "error":
+// The call shapes that every generated typed function is one call of. Internal: not installed.
+//
+// A typed function names its method string, hands its arguments (keys first, a value last) to
+// the call engine, and then reads the answer's "error":
 //   - null: the result is decoded into the caller's output, if the method has one, and 0 is
 //     returned; a method without output never looks at "result";
 //   - an object whose "code" is an integer: that code is returned, the output is untouched

@@ -18,20 +18,11 @@ int field_length(const char (&field)[N]) {
     return static_cast<int>(strnlen(field, N));
 }
 
-}  // namespace
-
-rest_handle_t* rest_init(const rest_conn_t* conn) {
-    if (conn == nullptr) return nullptr;
-
-    auto* record = static_cast<rest_handle_record*>(calloc(1, sizeof(rest_handle_record)));
-    if (record == nullptr) return nullptr;
-    rest_handle_t* handle = &record->handle;
-
+// Sets every option of a fresh handle; false as soon as libcurl refuses one or memory runs out.
+// What was made before the failure stays in the handle for rest_init to release.
+bool set_up(rest_handle_t* handle, const rest_conn_t* conn) {
     handle->curl = curl_easy_init();
-    if (handle->curl == nullptr) {
-        free(handle);
-        return nullptr;
-    }
+    if (handle->curl == nullptr) return false;
     CURL* curl = handle->curl;
 
     // libcurl copies string options, so one local buffer serves the credentials first and the
@@ -53,23 +44,29 @@ rest_handle_t* rest_init(const rest_conn_t* conn) {
                          static_cast<curl_write_callback>(rest_write_cb)) != CURLE_OK ||
         curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION,
                          static_cast<curl_write_callback>(rest_header_cb)) != CURLE_OK) {
-        curl_easy_cleanup(curl);
-        free(handle);
-        return nullptr;
+        return false;
     }
 
     snprintf(text, sizeof text, "Content-Type: %.*s", field_length(conn->content_type),
              conn->content_type);
     handle->headers = curl_slist_append(nullptr, text);
-    if (handle->headers == nullptr) {
-        curl_easy_cleanup(curl);
-        free(handle);
-        return nullptr;
-    }
-    if (curl_easy_setopt(curl, CURLOPT_HTTPHEADER, handle->headers) != CURLE_OK) {
+    return handle->headers != nullptr &&
+           curl_easy_setopt(curl, CURLOPT_HTTPHEADER, handle->headers) == CURLE_OK;
+}
+
+}  // namespace
+
+rest_handle_t* rest_init(const rest_conn_t* conn) {
+    if (conn == nullptr) return nullptr;
+
+    auto* record = static_cast<rest_handle_record*>(calloc(1, sizeof(rest_handle_record)));
+    if (record == nullptr) return nullptr;
+    rest_handle_t* handle = &record->handle;
+    if (!set_up(handle, conn)) {
+        // Both calls accept null, so this one path serves a failure at any step.
         curl_slist_free_all(handle->headers);
-        curl_easy_cleanup(curl);
-        free(handle);
+        curl_easy_cleanup(handle->curl);
+        free(record);
         return nullptr;
     }
     return handle;

@@ -1,6 +1,7 @@
 #pragma once
 
 // Decoding an answer straight from its text into the typed output, without a JSON tree.
+// Internal: not installed.
 //
 // The parser reports one event at a time (a scalar, the start of an object or array, a member
 // name, an end); a stack of frames routes every event to the value it belongs to. Each C++ type
@@ -145,6 +146,9 @@ Slot member_slot(void* record) {
 template <auto M>
 Slot timestamp_slot(void* record) {
     using traits = member_traits<decltype(M)>;
+    // The reader behind timestamp() writes exactly this type.
+    static_assert(std::is_same<typename traits::value, zolt_time32_t>::value,
+                  "a time stamp field is a zolt_time32_t");
     return Slot{&timestamp(), &(static_cast<typename traits::record*>(record)->*M)};
 }
 

@@ -6,15 +6,10 @@
 
 #include <json/value.h>
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
 #include "codec/export.h"
-
-// The syslog history's time stamp: seconds since the epoch, as the switch's 32-bit signed
-// time_t. Written as a JSON integer (widened with its sign), read from local-time text.
-using zolt_time32_t = std::int32_t;
 
 // Six bytes in transmission order. On the wire: "00:1F:A2:0B:3C:D4".
 struct zolt_mac_t {

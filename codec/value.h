@@ -8,6 +8,7 @@
 
 #include <json/value.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <ctime>
 #include <iomanip>
@@ -18,6 +19,11 @@
 
 #include "codec/errors.h"
 #include "codec/scalar.h"
+
+// Seconds since the epoch as the switch keeps them: its time_t, 32 bits wide and signed, so
+// the last second it can hold is 2038-01-19 03:14:07 UTC. The library's own time_t is wider;
+// this type keeps the record at the switch's width.
+using zolt_time32_t = std::int32_t;
 
 namespace zolt {
 
@@ -77,21 +83,26 @@ auto to_json(const T& v) -> decltype(serialize(v)) {
 }
 
 // The one time stamp field travels in two forms on purpose: written as the number of
-// seconds, read as local-time text "YYYY-MM-DD HH:MM:SS".
+// seconds, widened with its sign to a 64-bit JSON integer, and read as local-time text
+// "YYYY-MM-DD HH:MM:SS".
 inline Json::Value timestamp_to_json(zolt_time32_t v) {
     return Json::Value(static_cast<Json::Int64>(v));
 }
 
 // Text that does not match the format is not refused: the fields strptime could not fill stay
 // cleared and mktime decides. tm_isdst = -1 lets mktime work out daylight saving, so a
-// well-formed text always gives the process's local time.
+// well-formed text always gives the process's local time. mktime answers in the library's
+// time_t; only its low 32 bits are kept, read as signed, so a time past 2038 wraps round to
+// a negative number as a 32-bit time_t does, and mktime's -1 for a time it cannot represent
+// stays -1.
 inline void parse_timestamp(const Json::Value& value, zolt_time32_t& target) {
     if (!value.isString()) throw decode_error("Unexpected type");
     const std::string text = value.asString();
     struct tm fields = {};
     fields.tm_isdst = -1;
     strptime(text.c_str(), "%Y-%m-%d %H:%M:%S", &fields);
-    target = static_cast<zolt_time32_t>(mktime(&fields));
+    const std::uint32_t low_bits = static_cast<std::uint32_t>(mktime(&fields));
+    target = static_cast<zolt_time32_t>(low_bits);
 }
 
 }  // namespace zolt

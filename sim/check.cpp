@@ -119,18 +119,20 @@ bool check_hex(const Json::Value& json, Json::Value& stored, std::string& why) {
     return true;
 }
 
-// The switch sends a time stamp as local-time text; what comes in as a number of seconds is
-// stored as that text.
-bool check_timestamp(const Json::Value& json, Json::Value& stored, std::string& why) {
+// The switch sends a time stamp as local-time text; what comes in as a number of seconds must
+// fit its 32-bit signed time_t (the type's range) and is stored as that text.
+bool check_timestamp(const Type& type, const Json::Value& json, Json::Value& stored,
+                     std::string& why) {
     if (is_integer(json)) {
-        const time_t seconds = static_cast<time_t>(json.asInt64());
+        Json::Value number;
+        if (!check_integer(type, json, number, why)) return false;
+        // Any 32-bit number of seconds is a local time between 1901 and 2038, so the text
+        // always has its four-digit year and fits.
+        const time_t seconds = static_cast<time_t>(number.asInt64());
         struct tm fields = {};
+        localtime_r(&seconds, &fields);
         char text[32];
-        if (localtime_r(&seconds, &fields) == nullptr ||
-            std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &fields) == 0) {
-            why = std::to_string(json.asInt64()) + " is not a time";
-            return false;
-        }
+        std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &fields);
         stored = Json::Value(text);
         return true;
     }
@@ -192,7 +194,7 @@ bool check(const Type& type, const Json::Value& json, Json::Value& stored, std::
         case Kind::hex:
             return check_hex(json, stored, why);
         case Kind::timestamp:
-            return check_timestamp(json, stored, why);
+            return check_timestamp(type, json, stored, why);
         case Kind::text_list:
         case Kind::integer_list: {
             if (!json.isArray()) return wrong_type("an array", json, why);

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Builds the Debian packages from a build tree into a scratch directory and checks them without
-# installing anything into the machine: their control fields, their contents, a consumer compiled
-# and run against the unpacked root through pkg-config and through the CMake package, the
-# unpacked programs, and lintian when it is installed.
+# installing anything into the machine: their control fields, their contents, the headers standing
+# on their own (check_headers.sh), a consumer compiled and run against the unpacked root through
+# pkg-config and through the CMake package, the unpacked programs, and lintian when it is
+# installed.
 # Usage: check_packages.sh BUILD_DIR
 set -euo pipefail
 build=$(cd "${1:?usage: check_packages.sh BUILD_DIR}" && pwd)
@@ -80,6 +81,7 @@ root="$scratch/root"
 for deb in "$runtime" "$dev" "$tools"; do dpkg-deb -x "$deb" "$root"; done
 libdir=$(dirname "$(find "$root" -name 'libzolt-client.so' | head -n 1)")
 export LD_LIBRARY_PATH="$libdir"
+"$here/check_headers.sh" "$root/usr/include/zolt-client" || fail "the headers of $(basename "$dev")"
 
 export PKG_CONFIG_PATH="$libdir/pkgconfig"
 # shellcheck disable=SC2046

@@ -6,15 +6,18 @@
 
 #include <atomic>
 #include <climits>
+#include <cstdint>
 #include <cstring>
 #include <ctime>
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <type_traits>
 #include <vector>
 
 #include "codec/scalar.h"
 #include "codec/value.h"
+#include "schema/management/syslog.h"
 #include "schema/shared/shared.h"
 #include "support/expect.h"
 #include "support/time_zone.h"
@@ -236,6 +239,19 @@ zolt_time32_t read_stamp(const char* text) {
     return value;
 }
 
+// The JSON text the writer makes of a value, without layout.
+std::string compact(const Json::Value& value) {
+    Json::StreamWriterBuilder builder;
+    builder["indentation"] = "";
+    return Json::writeString(builder, value);
+}
+
+// The switch's time_t is 32 bits wide, and so is the syslog history's time stamp field.
+static_assert(
+    std::is_same<decltype(zolt_appl_syslog_history_t::MsgTimeStamp), zolt_time32_t>::value &&
+        sizeof(zolt_time32_t) == 4,
+    "the named 32-bit type");
+
 // Central European time is a POSIX rule, so no zone files are needed. On the days its clock
 // changes, the stamps around the change still count real seconds.
 TEST(TimeStamp, ReadsLocalTimeOfTheProcess) {
@@ -243,7 +259,7 @@ TEST(TimeStamp, ReadsLocalTimeOfTheProcess) {
     const struct {
         const char* zone;
         const char* text;
-        time_t seconds;
+        zolt_time32_t seconds;
     } cases[] = {
         {"UTC0", "2020-01-02 03:04:05", 1577934245},
         {"EST5", "2020-01-02 03:04:05", 1577934245 + 5 * 3600},
@@ -260,6 +276,28 @@ TEST(TimeStamp, ReadsLocalTimeOfTheProcess) {
     }
 }
 
+// mktime counts in the 64-bit time_t of this machine; the value keeps its low 32 bits, read as
+// signed, as the switch's 32-bit time_t would hold them.
+TEST(TimeStamp, ReadKeepsTheLow32BitsOfWhatMktimeGives) {
+    const zolt_test::TimeZoneGuard zone;
+    zone.set("UTC0");
+    const struct {
+        const char* text;
+        long long mktime;  // what mktime gives in UTC, for the reader
+        zolt_time32_t kept;
+    } cases[] = {
+        {"2038-01-19 03:14:07", 2147483647LL, INT32_MAX},  // the last second 32 bits hold
+        {"2038-01-19 03:14:08", 2147483648LL, INT32_MIN},  // one later wraps round
+        {"2040-06-01 00:00:00", 2222121600LL, -2072845696},
+        {"2106-02-07 06:28:16", 4294967296LL, 0},
+        {"1901-12-13 20:45:52", -2147483648LL, INT32_MIN},  // the first second 32 bits hold
+        {"1901-12-13 20:45:51", -2147483649LL, INT32_MAX},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(read_stamp(c.text), c.kept) << c.text;
+    }
+}
+
 TEST(TimeStamp, OnlyTextIsAccepted) {
     zolt_time32_t value = 77;
     EXPECT_THROW_EXACT(zolt::parse_timestamp(Json::Value(1577934245), value), std::runtime_error,
@@ -270,9 +308,22 @@ TEST(TimeStamp, OnlyTextIsAccepted) {
     EXPECT_NO_THROW(zolt::parse_timestamp(Json::Value("not a date"), value));
 }
 
-TEST(TimeStamp, WritesTheSecondsAsASignedNumber) {
-    EXPECT_EQ(zolt::timestamp_to_json(-1).type(), Json::intValue);
-    EXPECT_EQ(zolt::timestamp_to_json(-1).asInt64(), -1);
+TEST(TimeStamp, WritesTheSecondsWidenedWithTheirSign) {
+    const struct {
+        zolt_time32_t seconds;
+        const char* text;
+    } cases[] = {
+        {-1, "-1"},
+        {INT32_MIN, "-2147483648"},
+        {INT32_MAX, "2147483647"},
+        {0, "0"},
+    };
+    for (const auto& c : cases) {
+        const Json::Value written = zolt::timestamp_to_json(c.seconds);
+        EXPECT_EQ(written.type(), Json::intValue) << c.text;
+        EXPECT_EQ(written.asInt64(), c.seconds) << c.text;
+        EXPECT_EQ(compact(written), c.text);
+    }
 }
 
 // ---- The shared records ------------------------------------------------------------------

@@ -9,9 +9,11 @@
 #include "client/engine.h"
 #include "client/zoltclient.h"
 #include "support/expect.h"
+#include "support/rpc_call.h"
 #include "support/test_server.h"
 
 using zolt_test::ClientTest;
+using zolt_test::rpc_call;
 
 namespace {
 
@@ -30,7 +32,7 @@ protected:
     // Calls the engine and returns the exact body that reached the server.
     template <class... Args>
     std::string posted(const std::string& method, const Args&... args) {
-        zolt_json_rpc_call(client(), method, args...);
+        rpc_call(client(), method, args...);
         return server.last().body;
     }
 };
@@ -54,9 +56,9 @@ TEST_F(Engine, EachScalarKindAsTheOnlyArgument) {
 }
 
 TEST_F(Engine, AnArgumentThatCannotBeEncodedStopsTheCallBeforeThePost) {
-    EXPECT_THROW_EXACT(zolt_json_rpc_call(client(), "m", std::string("Gi 1/1"),
-                                          static_cast<zolt_appl_vlan_port_mode_t>(7)),
-                       std::runtime_error, "out-of-range-enum");
+    EXPECT_THROW_EXACT(
+        rpc_call(client(), "m", std::string("Gi 1/1"), static_cast<zolt_appl_vlan_port_mode_t>(7)),
+        std::runtime_error, "out-of-range-enum");
     EXPECT_EQ(server.count(), 0u);
 }
 
@@ -99,9 +101,9 @@ TEST_F(Engine, StatusAndAnswerAreJudgedInTheirOrder) {
     for (const auto& c : cases) {
         server.respond(c.status, c.body);
         if (c.thrown.empty()) {
-            EXPECT_EQ(zolt_json_rpc_call(client(), "m"), zolt_test::json(c.body)) << c.body;
+            EXPECT_EQ(rpc_call(client(), "m"), zolt_test::json(c.body)) << c.body;
         } else {
-            EXPECT_THROW_EXACT(zolt_json_rpc_call(client(), "m"), std::runtime_error, c.thrown)
+            EXPECT_THROW_EXACT(rpc_call(client(), "m"), std::runtime_error, c.thrown)
                 << c.status << " " << c.body;
         }
     }
@@ -109,7 +111,7 @@ TEST_F(Engine, StatusAndAnswerAreJudgedInTheirOrder) {
 
 TEST_F(Engine, CommentsInTheAnswerAreAllowedAndDropped) {
     server.respond(200, "// leading comment\n{\"error\" : null, /* inner */ \"result\" : 3}\n");
-    const Json::Value answer = zolt_json_rpc_call(client(), "m");
+    const Json::Value answer = rpc_call(client(), "m");
     EXPECT_EQ(answer["result"].asInt(), 3);
     EXPECT_FALSE(answer.hasComment(Json::commentBefore));
 }
@@ -117,16 +119,16 @@ TEST_F(Engine, CommentsInTheAnswerAreAllowedAndDropped) {
 TEST_F(Engine, TextAfterANulByteIsNotPartOfTheAnswer) {
     static const char body[] = "{\"error\":null,\"result\":1}\0 trailing garbage";
     server.respond(200, std::string(body, sizeof body - 1));
-    EXPECT_EQ(zolt_json_rpc_call(client(), "m")["result"].asInt(), 1);
+    EXPECT_EQ(rpc_call(client(), "m")["result"].asInt(), 1);
 }
 
 TEST_F(Engine, FailuresPrintNothing) {
     server.respond(404, "not here");
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
-    EXPECT_THROW(zolt_json_rpc_call(client(), "m"), std::runtime_error);
+    EXPECT_THROW(rpc_call(client(), "m"), std::runtime_error);
     server.respond(200, "<html>");
-    EXPECT_THROW(zolt_json_rpc_call(client(), "m"), std::runtime_error);
+    EXPECT_THROW(rpc_call(client(), "m"), std::runtime_error);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
@@ -137,7 +139,7 @@ TEST(Handle, NullIsIgnoredAndANullClientIsAPostError) {
     EXPECT_EQ(zoltclient_init(nullptr), nullptr);
     zoltclient_deinit(nullptr);
     try {
-        zolt_json_rpc_call(static_cast<zoltclient*>(nullptr), "m");
+        rpc_call(static_cast<zoltclient*>(nullptr), "m");
         ADD_FAILURE() << "no exception";
     } catch (const zolt::transfer_error& e) {
         EXPECT_STREQ(e.what(), "Post error");

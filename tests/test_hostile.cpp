@@ -17,10 +17,12 @@
 #include "client/zoltclient.h"
 #include "codec/table.h"
 #include "support/expect.h"
+#include "support/rpc_call.h"
 #include "support/test_server.h"
 
 using zolt_test::ClientTest;
 using zolt_test::json;
+using zolt_test::rpc_call;
 
 namespace {
 
@@ -36,7 +38,7 @@ protected:
     // After any failure the same handle must complete an ordinary call.
     void expect_next_call_works() {
         server.respond(200, kOk);
-        EXPECT_EQ(zolt_json_rpc_call(client(), "m")["error"], Json::Value());
+        EXPECT_EQ(rpc_call(client(), "m")["error"], Json::Value());
     }
 };
 
@@ -70,8 +72,7 @@ TEST_F(HostileAnswer, NestingBeyondTheReadersLimitFailsToParse) {
     };
     for (const std::string& body : bodies) {
         server.respond(200, body);
-        EXPECT_THROW_EXACT(zolt_json_rpc_call(client(), "m"), std::runtime_error,
-                           "Failed to parse!")
+        EXPECT_THROW_EXACT(rpc_call(client(), "m"), std::runtime_error, "Failed to parse!")
             << body.substr(0, 40);
         expect_next_call_works();
     }

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <json/json.h>
 
+#include <cstddef>
 #include <ctime>
 #include <stdexcept>
 #include <string>
@@ -13,6 +14,7 @@
 #include "sim/model.h"
 #include "sim/sim_schema.h"
 #include "support/expect.h"
+#include "support/time_zone.h"
 
 namespace {
 
@@ -29,7 +31,9 @@ const Type kU64 = {"unsigned long long", Kind::integer, 0, ~0ULL, nullptr, 0, nu
 const Type kText = {"string", Kind::text, 0, 0, nullptr, 0, nullptr, 0};
 const Type kMac = {"zolt_mac_t", Kind::mac, 0, 0, nullptr, 0, nullptr, 0};
 const Type kHex = {"vector<unsigned char>", Kind::hex, 0, 0, nullptr, 0, nullptr, 0};
-const Type kStamp = {"time_t", Kind::timestamp, 0, 0, nullptr, 0, nullptr, 0};
+// The switch's time_t: 32 bits, signed.
+const Type kStamp = {
+    "zolt_time32_t", Kind::timestamp, -2147483648LL, 2147483647, nullptr, 0, nullptr, 0};
 const Type kNames = {"vector<string>", Kind::text_list, 0, 0, nullptr, 0, nullptr, 0};
 const Type kVlans = {
     "vector<unsigned short>", Kind::integer_list, 0, 65535, nullptr, 0, nullptr, 0};
@@ -101,6 +105,13 @@ TEST(SimChecker, ValuesMustHaveTheirJsonTypeAndFitTheirRules) {
         {kHex, R"("0a0")", "\"0a0\" is not hex text of whole bytes"},
         {kStamp, R"("2024-03-01T12:30:05")",
          "\"2024-03-01T12:30:05\" is not a time stamp \"YYYY-MM-DD HH:MM:SS\""},
+        // A number of seconds must fit the switch's 32-bit time_t.
+        {kStamp, "2147483647", ""},
+        {kStamp, "-2147483648", ""},
+        {kStamp, "2147483648",
+         "2147483648 is out of range for zolt_time32_t (-2147483648..2147483647)"},
+        {kStamp, "-2147483649",
+         "-2147483649 is out of range for zolt_time32_t (-2147483648..2147483647)"},
     };
     for (const auto& c : kCases) EXPECT_EQ(refusal(c.type, c.text), c.reason) << c.text;
 }
@@ -126,6 +137,33 @@ TEST(SimChecker, ValuesAreStoredInTheSwitchsOwnForm) {
     std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &fields);
     EXPECT_EQ(stored(kStamp, "1700000000"), Json::Value(text));
     EXPECT_EQ(stored(kOpaque, R"({"anything": [1, 2]})"), json(R"({"anything": [1, 2]})"));
+}
+
+TEST(SimChecker, TheEndsOfThe32BitTimeStampBecomeTheirLocalTimeText) {
+    const zolt_test::TimeZoneGuard zone;
+    zone.set("UTC0");
+    EXPECT_EQ(stored(kStamp, "2147483647"), Json::Value("2038-01-19 03:14:07"));
+    EXPECT_EQ(stored(kStamp, "-2147483648"), Json::Value("1901-12-13 20:45:52"));
+}
+
+// The generated descriptors give every time stamp the range of the switch's time_t; found by
+// kind, so no table or field is named here.
+TEST(SimChecker, EveryTimeStampOfTheSchemaIsA32BitNumberOfSeconds) {
+    int stamps = 0;
+    for (std::size_t t = 0; t < zolt_sim::kTableCount; ++t) {
+        const zolt_sim::TableInfo& table = zolt_sim::kTables[t];
+        for (std::size_t v = 0; v < table.value_count; ++v) {
+            const Type& value = *table.values[v];
+            for (std::size_t m = 0; m < value.member_count; ++m) {
+                const Type& member = *value.members[m].type;
+                if (member.kind != Kind::timestamp) continue;
+                ++stamps;
+                EXPECT_EQ(member.low, -2147483648LL) << table.name;
+                EXPECT_EQ(member.high, 2147483647ULL) << table.name;
+            }
+        }
+    }
+    EXPECT_GT(stamps, 0);
 }
 
 // ---------------------------------------------------------------------------------------------
