@@ -1,6 +1,6 @@
 #pragma once
 
-// Raw TCP connections to a server on 127.0.0.1, for the tests and stress runs that hold
+// Raw TCP connections to a server on 127.0.0.1, for the stress runs that hold
 // connections open beside the client's own: idle ones and slow ones that never finish a request.
 
 #include <arpa/inet.h>
@@ -11,7 +11,7 @@
 #include <cstdint>
 #include <string>
 
-namespace zolt_test {
+namespace zolt_bench {
 
 // The start of a request whose header line a slow client goes on sending a byte at a time.
 inline const char kUnfinishedRequest[] = "POST / HTTP/1.1\r\nHost: 127.0.0.1\r\nX-Slow: ";
@@ -32,4 +32,4 @@ inline int connect_loopback(int port, const std::string& text = "") {
     return fd;
 }
 
-}  // namespace zolt_test
+}  // namespace zolt_bench
