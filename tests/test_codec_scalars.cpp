@@ -295,20 +295,10 @@ TEST(TimeStamp, OnlyTextIsAccepted) {
 }
 
 TEST(TimeStamp, WritesTheSecondsWidenedWithTheirSign) {
-    const struct {
-        zolt_time32_t seconds;
-        const char* text;
-    } cases[] = {
-        {-1, "-1"},
-        {INT32_MIN, "-2147483648"},
-        {INT32_MAX, "2147483647"},
-        {0, "0"},
-    };
-    for (const auto& c : cases) {
-        const Json::Value written = zolt::timestamp_to_json(c.seconds);
-        EXPECT_EQ(written.type(), Json::intValue) << c.text;
-        EXPECT_EQ(written.asInt64(), c.seconds) << c.text;
-        EXPECT_EQ(compact(written), c.text);
+    for (const zolt_time32_t seconds : {-1, INT32_MIN, INT32_MAX, 0}) {
+        const Json::Value written = zolt::timestamp_to_json(seconds);
+        EXPECT_EQ(written.type(), Json::intValue) << seconds;
+        EXPECT_EQ(compact(written), std::to_string(seconds));
     }
 }
 
