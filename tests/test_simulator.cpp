@@ -101,20 +101,8 @@ std::string temporary_path(const char* name) {
 }
 
 // ---------------------------------------------------------------------------------------------
-// Rows: one per port in port-keyed tables; add inserts and refuses an existing key (2); del
-// removes and refuses a missing key (1); set does not create where add exists; get-all lists
-// rows in key order.
-
-TEST(SimulatorTables, PortKeyedTablesHaveOneRowPerPortOfTheOptions) {
-    Options options;
-    options.ports = 3;
-    Switch sw(options);
-    std::map<std::string, zolt_appl_port_mib_conf_t> config;
-    ASSERT_EQ(zolt_port_config_get(sw.handle(), &config), 0);
-    ASSERT_EQ(config.size(), 3u);
-    EXPECT_EQ(config.begin()->first, "Gi 1/1");
-    EXPECT_EQ(config.rbegin()->first, "Gi 1/3");
-}
+// Rows: add inserts and refuses an existing key (2); del removes and refuses a missing key (1);
+// set does not create where add exists; get-all lists rows in key order.
 
 // The static entries also show, as entries that were not learned, in the MAC status tables.
 TEST(SimulatorTables, AddSetAndDelOfStaticMacEntries) {
