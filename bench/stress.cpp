@@ -27,9 +27,9 @@
 #include <tuple>
 #include <vector>
 
+#include "bench/loopback.h"
 #include "client/zoltclient.h"
 #include "sim/simulator.h"
-#include "bench/loopback.h"
 
 namespace {
 
