@@ -53,24 +53,16 @@ expect_file() {  # deb path-pattern
     grep -Eq "$2" <<<"$listing" || fail "$(basename "$1") holds nothing matching $2"
 }
 
-expect_field "$runtime" Package "libzolt-client${soversion}"
-expect_field "$dev" Package libzolt-client-dev
-expect_field "$tools" Package zolt-tools
+# Names, sections and the dependencies written in the packaging stand as written; what follows
+# is what the build derives or installs. Missing fields and the like are lintian's part.
 for deb in "$runtime" "$dev" "$tools"; do
     expect_field "$deb" Version "$version"
     expect_field "$deb" Architecture "$arch"
-    [ -n "$(field "$deb" Maintainer)" ] || fail "$(basename "$deb"): no Maintainer"
-    [ -n "$(field "$deb" Description)" ] || fail "$(basename "$deb"): no Description"
     expect_file "$deb" "^\./usr/share/doc/$(field "$deb" Package)/copyright$"
 done
-expect_field "$runtime" Section libs
-expect_field "$dev" Section libdevel
-expect_field "$tools" Section net
 # The library's own dependencies come from its binary: libcurl and JsonCpp at least.
 expect_depends "$runtime" 'libcurl4' 'libjsoncpp25' 'libc6' 'libstdc\+\+6'
-expect_depends "$dev" "libzolt-client${soversion} \\(= ${version}\\)" libjsoncpp-dev \
-    libcurl4-openssl-dev
-expect_depends "$tools" "libzolt-client${soversion} \\(= ${version}\\)" 'libc6'
+expect_depends "$tools" 'libc6'
 expect_file "$runtime" "/libzolt-client\\.so\\.${soversion}$"
 expect_file "$runtime" "/libzolt-client\\.so\\.${version}$"
 grep -q '\.so$' <<<"$(dpkg-deb -c "$runtime")" && fail "the runtime package holds the .so link"
