@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # A family comes and goes with its schema file alone. In a copy of the tree inside the build
-# directory: add a synthetic family (a time stamp field, a key-only table, a per-port table and a
+# directory: add a synthetic family (a time stamp field, a key-only table, per-port tables and a
 # table keyed by a record), build, and check that the library exports it, the simulator serves
 # it, the command line's sweep reaches it and its reference page exists; then delete the schema
 # file, build again incrementally, and check that nothing of the family is left.
@@ -28,11 +28,16 @@ enum zolt_synthetic_mode_t
 
 record zolt_synthetic_conf_t
     "Mode"    zolt_synthetic_mode_t
-    "Stamp"   timestamp
     "Weight"  u16
+
+# Read only, as the switch's own time stamps are: written as a number, read back as text.
+record zolt_synthetic_status_t
+    "Stamp"   timestamp
+    "Count"   u64
 
 tables
     "synthetic.config.port"     string                     -> zolt_synthetic_conf_t  per-port
+    "synthetic.status.port"     string                     -> zolt_synthetic_status_t  per-port
     "synthetic.config.member"   string, int                -> tuple<>
     "synthetic.config.route"    zolt_ipv4_uc_t             -> zolt_synthetic_conf_t
 
@@ -40,6 +45,8 @@ methods
     "synthetic.config.port.get"     string                              -> zolt_synthetic_conf_t
     "synthetic.config.port.get"     -                                   -> map<string, zolt_synthetic_conf_t>
     "synthetic.config.port.set"     string, zolt_synthetic_conf_t       -> -
+    "synthetic.status.port.get"     string                              -> zolt_synthetic_status_t
+    "synthetic.status.port.get"     -                                   -> map<string, zolt_synthetic_status_t>
     "synthetic.config.member.add"   string, int                         -> -
     "synthetic.config.member.del"   string, int                         -> -
     "synthetic.config.member.get"   -                                   -> map<tuple<string, int>, tuple<>>
