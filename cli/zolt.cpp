@@ -6,6 +6,9 @@
 #include <cctype>
 #include <cstring>
 #include <exception>
+#include <fstream>
+#include <iostream>
+#include <iterator>
 #include <memory>
 #include <set>
 #include <sstream>
@@ -17,11 +20,19 @@
 #include "cli/output.h"
 #include "client/errors.h"
 #include "client/zoltclient.h"
+#include "state/state.h"
 
 namespace zolt_cli {
 namespace {
 
-enum Status { kSuccess = 0, kSwitchError = 1, kUsage = 2, kClientFailure = 3 };
+enum Status {
+    kSuccess = 0,
+    kSwitchError = 1,
+    kUsage = 2,
+    kClientFailure = 3,
+    kChanges = 4,             // diff: the documents differ; plan: there is something to do
+    kRollbackIncomplete = 5,  // apply failed, and the switch does not equal its backup again
+};
 
 // Ends a command: `message` goes to standard error after "zolt: ", `status` is the exit status.
 struct Failure {
@@ -44,6 +55,7 @@ struct Options {
     std::string password;
     long timeout = 10;
     std::string output = "json";
+    bool output_given = false;  // --output was on the line (diff and plan write text otherwise)
 };
 
 // An argument word: JSON text in the form the wire uses, or else the word itself as a string,
@@ -421,9 +433,149 @@ int edit(const Options& options, const std::vector<std::string>& words) {
     usage_error(first_refusal);
 }
 
+// --- configuration as code ----------------------------------------------------------------------
+
+// A document from a file, or from standard input for "-".
+Json::Value read_document(const std::string& path) {
+    std::string text;
+    if (path == "-") {
+        text.assign(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
+    } else {
+        std::ifstream in(path, std::ios::binary);
+        if (!in) usage_error(path + ": cannot be read");
+        text.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    }
+    try {
+        return zolt_state::parse_document(text);
+    } catch (const zolt_state::DocumentError& e) {
+        usage_error(path + ": " + e.what());
+    }
+}
+
+// Runs one of the engine's functions, turning its refusals into this program's statuses: a
+// document or plan refused is a usage error, a read the switch refuses a switch error.
+template <class F>
+auto engine(const std::string& what, F&& f) -> decltype(f()) {
+    try {
+        return f();
+    } catch (const zolt_state::DocumentError& e) {
+        usage_error(what + ": " + e.what());
+    } catch (const zolt_state::PlanError& e) {
+        usage_error(what + ": " + e.what());
+    } catch (const std::invalid_argument& e) {
+        usage_error(e.what());
+    } catch (const zolt_state::BackupError& e) {
+        usage_error(e.what());
+    } catch (const zolt_state::CallError& e) {
+        throw Failure{kSwitchError, e.what()};
+    }
+}
+
+bool json_output(const Options& options) { return options.output_given && options.output == "json"; }
+
+int snapshot(std::ostream& out, const Options& options, const std::vector<std::string>& prefixes) {
+    const Handle handle = connect(options);
+    const Json::Value document =
+        engine("snapshot", [&] { return zolt_state::snapshot(handle.get(), prefixes); });
+    out << zolt_state::document_text(document);
+    return kSuccess;
+}
+
+int diff(std::ostream& out, const Options& options, const std::string& before_path,
+         const std::string& after_path) {
+    const Json::Value before = read_document(before_path);
+    Json::Value after;
+    if (!after_path.empty()) {
+        after = read_document(after_path);
+    } else {
+        // Against the switch: the tables the first document names, read now.
+        const Json::Value checked = engine(before_path, [&] { return zolt_state::check(before); });
+        std::vector<std::string> tables;
+        for (const std::string& name : checked.getMemberNames()) {
+            if (name != zolt_state::kFormatMember) tables.push_back(name);
+        }
+        const Handle handle = connect(options);
+        after = engine("the switch", [&] {
+            return tables.empty() ? checked : zolt_state::snapshot(handle.get(), tables);
+        });
+    }
+    const auto changes = engine("diff", [&] { return zolt_state::diff(before, after); });
+    if (json_output(options)) {
+        write_json(out, zolt_state::to_json(changes), nullptr);
+    } else {
+        for (const auto& change : changes) out << zolt_state::change_text(change) << '\n';
+    }
+    return changes.empty() ? kSuccess : kChanges;
+}
+
+std::string call_count(std::size_t n) {
+    return std::to_string(n) + (n == 1 ? " call" : " calls");
+}
+
+int plan(std::ostream& out, const Options& options, const std::string& path, bool replace) {
+    const Json::Value desired = read_document(path);
+    engine(path, [&] { return zolt_state::check(desired); });
+    const Handle handle = connect(options);
+    const auto calls = engine(path, [&] { return zolt_state::plan(handle.get(), desired, replace); });
+    if (json_output(options)) {
+        write_json(out, zolt_state::to_json(calls), nullptr);
+    } else if (calls.empty()) {
+        out << "no changes\n";
+    } else {
+        for (const auto& call : calls) out << zolt_state::call_text(call) << '\n';
+        out << call_count(calls.size()) << " planned\n";
+    }
+    return calls.empty() ? kSuccess : kChanges;
+}
+
+int apply(std::ostream& out, std::ostream& err, const Options& options, const std::string& path,
+          bool replace, const std::string& backup) {
+    const Json::Value desired = read_document(path);
+    engine(path, [&] { return zolt_state::check(desired); });
+    const Handle handle = connect(options);
+    const auto result =
+        engine(path, [&] { return zolt_state::apply(handle.get(), desired, replace, backup); });
+    if (json_output(options)) {
+        write_json(out, zolt_state::to_json(result), nullptr);
+    } else if (result.calls.empty()) {
+        out << "no changes\n";
+    } else {
+        out << "backup: " << result.backup << '\n';
+        for (std::size_t i = 0; i < result.done; ++i) {
+            out << zolt_state::call_text(result.calls[i]) << '\n';
+        }
+        if (!result.failed) out << "applied " << call_count(result.done) << '\n';
+    }
+    if (!result.failed) return kSuccess;
+
+    err << "zolt: apply failed at call " << result.done + 1 << " of " << result.calls.size()
+        << ": " << result.failure << '\n';
+    err << "zolt: rolled back to " << result.backup << " with " << call_count(result.rollback_done)
+        << (result.rollback_done == result.rollback.size()
+                ? std::string()
+                : " of " + std::to_string(result.rollback.size()))
+        << '\n';
+    for (const auto& call : result.rollback) {
+        err << "  " << zolt_state::call_text(call) << '\n';
+    }
+    for (const auto& failure : result.rollback_failures) {
+        err << "zolt: rollback: " << failure << '\n';
+    }
+    if (result.remaining.empty()) {
+        err << "zolt: the switch equals the backup again\n";
+    } else {
+        err << "zolt: the switch still differs from the backup:\n";
+        for (const auto& change : result.remaining) {
+            err << "  " << zolt_state::change_text(change) << '\n';
+        }
+    }
+    if (!result.rollback_complete()) return kRollbackIncomplete;
+    return result.failure_code != 0 ? kSwitchError : kClientFailure;
+}
+
 // --- completion ------------------------------------------------------------------------------
 
-const char* const kCommands = "methods describe call edit completion";
+const char* const kCommands = "methods describe call edit snapshot diff plan apply completion";
 
 int completion(std::ostream& out, const std::string& shell) {
     if (shell != "bash") usage_error("completion: only bash is supported, not \"" + shell + "\"");
@@ -477,6 +629,7 @@ int completion(std::ostream& out, const std::string& shell) {
            "    case $command in\n"
            "        call|describe|methods) COMPREPLY=($(compgen -W \"$methods\" -- \"$cur\")) ;;\n"
            "        edit) COMPREPLY=($(compgen -W \"$tables\" -- \"$cur\")) ;;\n"
+           "        diff|plan|apply) COMPREPLY=($(compgen -f -- \"$cur\")) ;;\n"
            "        completion) COMPREPLY=($(compgen -W 'bash' -- \"$cur\")) ;;\n"
            "        *) COMPREPLY=() ;;\n"
            "    esac\n"
@@ -496,10 +649,14 @@ Examples, against the switch simulator (build/sim/zolt-switch-sim prints the por
   zolt --output table call port.status.get
   zolt edit port.config "Gi 1/3" MTU=9000 Shutdown=true
   zolt call mac.config.fdb.static.add 1 00:1F:A2:0B:3C:D4 '{"PortList":["Gi 1/2"]}'
+  zolt snapshot > switch.json; zolt plan switch.json; zolt apply switch.json
 
-Exit status: 0 success; 1 the switch answered with an error code; 2 a usage error (unknown
-command or method, no overload for that number of arguments, an argument or field refused by
-its codec); 3 a failure in the client (transport, an answer that does not decode).)";
+Exit status: 0 success (diff: no difference; plan: no changes); 1 the switch answered with an
+error code; 2 a usage error (unknown command or method, no overload for that number of
+arguments, an argument, field or document refused by its codec, a plan that cannot be made);
+3 a failure in the client (transport, an answer that does not decode); 4 diff: the documents
+differ, plan: there are changes; 5 apply failed and its rollback did not bring the switch back
+to the backup.)";
 
 }  // namespace
 
@@ -516,9 +673,12 @@ int run(int argc, char** argv, std::ostream& out, std::ostream& err) {
     app.add_option("--timeout", options.timeout, "Seconds for one call; 0: no limit")
         ->envname("ZOLT_TIMEOUT")
         ->capture_default_str();
-    app.add_option("--output", options.output, "How output is written: json or table")
-        ->check(CLI::IsMember({"json", "table"}))
-        ->capture_default_str();
+    CLI::Option* output_option =
+        app.add_option("--output", options.output,
+                       "How output is written: json or table (diff, plan, apply: text unless "
+                       "json is asked for)")
+            ->check(CLI::IsMember({"json", "table"}))
+            ->capture_default_str();
     app.require_subcommand(1);
 
     std::string filter;
@@ -557,6 +717,60 @@ TABLE is a method string without its verb. Each VALUE is decoded by its field's 
 ARG of call is; nothing is written when a field is refused. Example:
   zolt edit port.config "Gi 1/1" MTU=9000 Shutdown=true)");
 
+    std::vector<std::string> prefixes;
+    CLI::App* snapshot_cmd = app.add_subcommand(
+        "snapshot", "Every configuration table (or those under PREFIX) as one JSON document");
+    snapshot_cmd->add_option("PREFIX", prefixes,
+                             "Only tables whose name is PREFIX or starts with PREFIX.");
+    snapshot_cmd->footer(R"(
+The document has "format" and one member per table, named by its method string without the
+verb: a singleton as its record, a keyed table as its {"key", "val"} rows. Examples:
+  zolt snapshot > switch.json
+  zolt snapshot vlan port.config)");
+
+    std::string before_path;
+    std::string after_path;
+    CLI::App* diff_cmd = app.add_subcommand(
+        "diff", "diff A [B]: rows added and removed and fields changed from document A to B, "
+                "or to the switch");
+    diff_cmd->add_option("A", before_path, "A document; - reads standard input")->required();
+    diff_cmd->add_option("B", after_path, "A document; without it, the switch's tables that A names");
+    diff_cmd->footer(R"(
+One line a difference: "+ TABLE KEY VALUE" added, "- TABLE KEY VALUE" removed,
+"~ TABLE KEY FIELD: OLD -> NEW" changed; --output json for a JSON array. Exit status 0 when
+there is no difference, 4 when there is. Example:
+  zolt diff yesterday.json)");
+
+    std::string desired_path;
+    bool replace = false;
+    CLI::App* plan_cmd = app.add_subcommand(
+        "plan", "plan DESIRED: the calls that would take the switch to DESIRED; nothing is sent");
+    plan_cmd->add_option("DESIRED", desired_path, "A document; - reads standard input")
+        ->required();
+    plan_cmd->add_flag("--replace", replace,
+                       "Also delete the rows of a named table that DESIRED lacks");
+    plan_cmd->footer(R"(
+Only the tables, rows and fields that DESIRED names are managed. One line a call: "- " a
+delete, "+ " a new row, "~ " a set, then the method and its arguments as `zolt call` takes
+them; --output json for a JSON array. Deletions come first, in reverse table order, then new
+rows and sets in table order. Exit status 0 when there is nothing to do, 4 when there is.)");
+
+    std::string backup_path;
+    CLI::App* apply_cmd = app.add_subcommand(
+        "apply", "apply DESIRED: take the switch to DESIRED, with a backup and rollback on failure");
+    apply_cmd->add_option("DESIRED", desired_path, "A document; - reads standard input")
+        ->required();
+    apply_cmd->add_flag("--replace", replace,
+                        "Also delete the rows of a named table that DESIRED lacks");
+    apply_cmd->add_option("--backup", backup_path,
+                          "Where the tables it changes are saved first (default: "
+                          "zolt-backup-TIME.json here)");
+    apply_cmd->footer(R"(
+Makes the calls of `zolt plan DESIRED`, after saving every table it touches to the backup. On
+the first call that fails it takes the switch back to the backup, says what failed, what was
+rolled back and what still differs, and exits non-zero: 1 or 3 as the failure was the switch's
+or the client's, 5 when the switch does not equal the backup afterwards.)");
+
     std::string shell;
     CLI::App* completion_cmd =
         app.add_subcommand("completion", "A completion script: source <(zolt completion bash)");
@@ -576,6 +790,11 @@ ARG of call is; nothing is written when a field is refused. Example:
         if (completion_cmd->parsed()) return completion(out, shell);
         if (call_cmd->parsed()) return call(out, options, call_cmd->remaining(), overload_number);
         if (edit_cmd->parsed()) return edit(options, edit_cmd->remaining());
+        options.output_given = output_option->count() > 0;
+        if (snapshot_cmd->parsed()) return snapshot(out, options, prefixes);
+        if (diff_cmd->parsed()) return diff(out, options, before_path, after_path);
+        if (plan_cmd->parsed()) return plan(out, options, desired_path, replace);
+        if (apply_cmd->parsed()) return apply(out, err, options, desired_path, replace, backup_path);
         usage_error("no command given");
     } catch (const Failure& f) {
         err << "zolt: " << f.message << '\n';

@@ -24,7 +24,8 @@ const char kUsage[] =
     "  --ports N         number of switch ports, named \"Gi 1/1\" .. (default 8)\n"
     "  --state FILE      load the state from FILE at start if it exists, save it at exit\n"
     "                    and when the running configuration is copied to the startup one\n"
-    "  --fault MODE      none | latency:MS | html500 | drop | status:N (default none)\n"
+    "  --fault MODE      none | latency:MS | html500 | drop | status:N | error:METHOD:CODE\n"
+    "                    (default none; error: that method answers an error of that code)\n"
     "  --log             one line per request on standard error (never credentials)\n"
     "  --help            this text\n";
 

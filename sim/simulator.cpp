@@ -19,6 +19,7 @@
 #include <fstream>
 #include <iostream>
 #include <limits>
+#include <memory>
 #include <mutex>
 #include <sstream>
 #include <stdexcept>
@@ -62,6 +63,28 @@ std::string printable(const std::string& text) {
         out += std::isprint(static_cast<unsigned char>(c)) ? c : '?';
     }
     return out;
+}
+
+// The request object of a body, or null when the body is not JSON; for the error fault, which
+// looks at the method before the model does.
+Json::Value parsed_request(const std::string& body) {
+    Json::CharReaderBuilder builder;
+    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    Json::Value request;
+    std::string errors;
+    try {
+        if (!reader->parse(body.data(), body.data() + body.size(), &request, &errors)) {
+            return Json::Value();
+        }
+    } catch (const std::exception&) {
+        return Json::Value();
+    }
+    return request;
+}
+
+bool calls_method(const Json::Value& request, const std::string& method) {
+    return request.isObject() && request["method"].isString() &&
+           request["method"].asString() == method;
 }
 
 std::string lower(std::string text) {
@@ -254,9 +277,22 @@ Fault parse_fault(const std::string& text) {
     } else if (text.rfind("status:", 0) == 0) {
         fault.kind = Fault::Kind::status;
         fault.value = number_after(6, 200, 599);
+    } else if (text.rfind("error:", 0) == 0) {
+        // The method string may hold anything but a colon; the code follows the last one.
+        const std::size_t colon = text.rfind(':');
+        fault.kind = Fault::Kind::error;
+        fault.method = text.substr(6, colon > 6 ? colon - 6 : 0);
+        if (fault.method.empty() || fault.method.find(':') != std::string::npos) {
+            throw std::invalid_argument("fault \"" + text + "\" names no method (error:METHOD:CODE)");
+        }
+        fault.value = number_after(colon, -32768, 65535);
+        if (fault.value == 0) {
+            throw std::invalid_argument("fault \"" + text + "\": the error code 0 means success");
+        }
     } else {
-        throw std::invalid_argument("unknown fault \"" + text +
-                                    "\"; expected none, latency:MS, html500, drop or status:N");
+        throw std::invalid_argument(
+            "unknown fault \"" + text +
+            "\"; expected none, latency:MS, html500, drop, status:N or error:METHOD:CODE");
     }
     return fault;
 }
@@ -273,6 +309,8 @@ std::string to_string(const Fault& fault) {
             return "drop";
         case Fault::Kind::status:
             return "status:" + std::to_string(fault.value);
+        case Fault::Kind::error:
+            return "error:" + fault.method + ":" + std::to_string(fault.value);
     }
     return "none";
 }
@@ -349,6 +387,18 @@ struct Simulator::Impl {
             response.status = 500;
             response.set_content(kHtml500, "text/html");
             what = "html500 fault";
+        } else if (options.fault.kind == Fault::Kind::error &&
+                   calls_method(parsed_request(request.body), options.fault.method)) {
+            Json::Value answer(Json::objectValue);
+            answer["id"] = parsed_request(request.body)["id"];
+            Json::Value error(Json::objectValue);
+            error["code"] = options.fault.value;
+            error["message"] = "injected fault";
+            answer["error"] = error;
+            answer["result"] = Json::Value();
+            response.set_content(Json::writeString(writer, answer), "application/json");
+            what = "\"" + printable(options.fault.method) + "\" error=" +
+                   std::to_string(options.fault.value) + " (error fault)";
         } else {
             CallSummary call;
             Json::Value answer = model.answer(request.body, &call);

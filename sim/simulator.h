@@ -33,13 +33,17 @@ struct Fault {
         html500,  // every authorised POST gets status 500 with an HTML body
         drop,     // every connection is closed without an answer
         status,   // every answer carries status `value` (200 to 599); its body is unchanged
+        error,    // every call of `method` is answered with an error object of code `value`,
+                  // and changes nothing
     };
     Kind kind = Kind::none;
     int value = 0;
+    std::string method;  // the error fault's method string
 };
 
-// "none", "latency:MS", "html500", "drop" or "status:N"; anything else throws
-// std::invalid_argument with a message that says what is accepted.
+// "none", "latency:MS", "html500", "drop", "status:N" or "error:METHOD:CODE" (CODE from -32768
+// to 65535, not 0); anything else throws std::invalid_argument with a message that says what is
+// accepted.
 Fault parse_fault(const std::string& text);
 std::string to_string(const Fault& fault);
 

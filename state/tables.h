@@ -12,6 +12,12 @@
 
 namespace zolt_state {
 
+// A field of a table's value record.
+struct Field {
+    const char* name;  // its JSON key: "MTU"
+    const zolt_tool::Codec* codec;
+};
+
 struct ConfigTable {
     const char* name;    // the method string without its verb: "port.config"
     const char* family;  // "port"
@@ -21,6 +27,10 @@ struct ConfigTable {
     const zolt_tool::Invoker* set;
     const zolt_tool::Invoker* add;  // null where rows cannot be created
     const zolt_tool::Invoker* del;  // null where rows cannot be deleted
+    const zolt_tool::Codec* const* keys;  // key_count codecs, one per key member in call order
+    const zolt_tool::Codec* value;        // the whole value a set writes
+    const Field* fields;  // the value's fields when it is a record, in declared order
+    std::size_t field_count;  // 0 when the value is a scalar, an enumeration or a list
 };
 
 extern const ConfigTable kConfigTables[];

@@ -330,6 +330,28 @@ TEST(SimulatorFaults, AFixedServerStatusKeepsTheJsonAnswerWhichTheLibraryReads) 
     EXPECT_EQ(post(sw.simulator(), "{}").status, 503);
 }
 
+TEST(SimulatorFaults, AnErrorFaultRefusesItsOneMethodAndChangesNothing) {
+    Options options;
+    options.fault = zolt_sim::parse_fault("error:port.config.set:5");
+    Switch sw(options);
+    zolt_appl_port_mib_conf_t conf{};
+    ASSERT_EQ(zolt_port_config_get(sw.handle(), "Gi 1/1", &conf), 0);
+    conf.MTU = 9000;
+    EXPECT_EQ(zolt_port_config_set(sw.handle(), "Gi 1/1", conf), 5);
+    ASSERT_EQ(zolt_port_config_get(sw.handle(), "Gi 1/1", &conf), 0);
+    EXPECT_EQ(conf.MTU, 10240u) << "the refused set changed nothing";
+
+    zolt_appl_mac_age_conf_t age{};
+    age.AgeTime = 600;
+    EXPECT_EQ(zolt_mac_config_global_set(sw.handle(), age), 0) << "other methods work";
+
+    const Raw raw = post(sw.simulator(), R"({"id":7,"method":"port.config.set","params":[]})");
+    EXPECT_EQ(raw.status, 200);
+    EXPECT_EQ(raw.answer["id"], 7);
+    EXPECT_EQ(raw.answer["error"]["code"], 5);
+    EXPECT_TRUE(raw.answer["result"].isNull());
+}
+
 TEST(SimulatorFaults, LatencyDelaysEveryAnswer) {
     Switch sw(with_fault("latency:20"));
     zolt_appl_mac_age_conf_t age{};
@@ -339,14 +361,26 @@ TEST(SimulatorFaults, LatencyDelaysEveryAnswer) {
     EXPECT_EQ(age.AgeTime, 300u);
 }
 
-TEST(SimulatorFaults, FaultTextsOutOfTheirRangeAreRefused) {
+TEST(SimulatorFaults, FaultTextsParseAndPrintBack) {
+    for (const char* text : {"none", "latency:250", "html500", "drop", "status:404",
+                             "error:vlan.config.interface.set:5", "error:port.config.get:-32000"}) {
+        EXPECT_EQ(zolt_sim::to_string(zolt_sim::parse_fault(text)), text);
+    }
     EXPECT_THROW_EXACT(zolt_sim::parse_fault("status:99"), std::invalid_argument,
                        "bad number in fault \"status:99\" (200 to 599)");
     EXPECT_THROW_EXACT(zolt_sim::parse_fault("latency:"), std::invalid_argument,
                        "bad number in fault \"latency:\" (0 to 600000)");
     EXPECT_THROW_EXACT(zolt_sim::parse_fault("slow"), std::invalid_argument,
-                       "unknown fault \"slow\"; expected none, latency:MS, html500, drop or "
-                       "status:N");
+                       "unknown fault \"slow\"; expected none, latency:MS, html500, drop, "
+                       "status:N or error:METHOD:CODE");
+    EXPECT_THROW_EXACT(zolt_sim::parse_fault("error:port.config.set:0"), std::invalid_argument,
+                       "fault \"error:port.config.set:0\": the error code 0 means success");
+    EXPECT_THROW_EXACT(zolt_sim::parse_fault("error::5"), std::invalid_argument,
+                       "fault \"error::5\" names no method (error:METHOD:CODE)");
+    EXPECT_THROW_EXACT(zolt_sim::parse_fault("error:5"), std::invalid_argument,
+                       "fault \"error:5\" names no method (error:METHOD:CODE)");
+    EXPECT_THROW_EXACT(zolt_sim::parse_fault("error:port.config.set:x"), std::invalid_argument,
+                       "bad number in fault \"error:port.config.set:x\" (-32768 to 65535)");
 }
 
 // ---------------------------------------------------------------------------------------------

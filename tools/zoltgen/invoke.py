@@ -12,12 +12,18 @@ def round_trip(t):
     return f"&round_trip<{t.cpp}>"
 
 
+def codec_types(model):
+    """The types of kCodecs in their order there (by C++ spelling): every type of an argument,
+    an output or a record field but tuples, maps and opaque types."""
+    return sorted((t for t in model.types() if t.kind not in ("tuple", "opaque", "map")),
+                  key=lambda t: t.cpp)
+
+
 def invokers(model):
-    order = [t for t in model.types() if t.kind not in ("tuple", "opaque", "map")]
     out = [banner("the schema: the library driven from JSON"),
            '#include "tools/invoke.h"\n\n#include "client/zoltclient.h"\n\n',
            "namespace zolt_tool {\n\nconst Codec kCodecs[] = {\n"]
-    for t in sorted(order, key=lambda t: t.cpp):
+    for t in codec_types(model):
         out.append(f"    {{{c_string(t.cpp)}, {round_trip(t)}}},\n")
     out.append("};\n\nconst std::size_t kCodecCount = sizeof(kCodecs) / sizeof(kCodecs[0]);\n\n")
     out.append("namespace {\n\n")
