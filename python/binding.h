@@ -216,12 +216,12 @@ py::object to_py(E v) {
 }
 
 // Records: a new Python object holding a copy of the value, or the value itself where the
-// caller gives it up.
+// caller gives it up. The copy is made here: pybind11 hands back the existing Python object for
+// an address it already knows, whatever the return value policy.
 template <class R, std::enable_if_t<is_record<std::decay_t<R>>::value, int> = 0>
 py::object to_py(R&& v) {
-    return py::cast(std::forward<R>(v), std::is_lvalue_reference<R>::value
-                                            ? py::return_value_policy::copy
-                                            : py::return_value_policy::move);
+    std::decay_t<R> value(std::forward<R>(v));
+    return py::cast(std::move(value), py::return_value_policy::move);
 }
 
 template <class... M>
@@ -349,7 +349,7 @@ void bind_record(py::module_& m, RecordInfo& info) {
     info.self = [](py::handle h) -> void* { return &h.cast<R&>(); };
     info.make = []() -> void* { return new R(); };
     info.destroy = [](void* p) { delete static_cast<R*>(p); };
-    info.copy = [](const void* p) { return py::cast(*static_cast<const R*>(p)); };
+    info.copy = [](const void* p) { return to_py(*static_cast<const R*>(p)); };
     info.from_json = [](const Json::Value& json) -> py::object {
         R value{};
         parse(json, value);

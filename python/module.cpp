@@ -121,7 +121,9 @@ unsigned long long checked_int(py::handle value, long long low, unsigned long lo
 
 // --- values -----------------------------------------------------------------------------------
 
-py::object to_py(const zolt_mac_t& v) { return py::cast(v); }
+py::object to_py(const zolt_mac_t& v) {
+    return py::cast(zolt_mac_t(v), py::return_value_policy::move);
+}
 
 template <class T>
 py::object list_to_py(const std::vector<T>& v) {
@@ -242,7 +244,8 @@ bool enum_value(PyObject* cls, PyObject* members, py::handle src, bool convert, 
     const int is = PyObject_IsInstance(src.ptr(), cls);
     if (is < 0) throw py::error_already_set();
     if (is == 0) {
-        if (!convert || !PyLong_Check(src.ptr()) || PyBool_Check(src.ptr())) return false;
+        // Plain ints only: a member of another enumeration is refused, not read as its value.
+        if (!convert || !PyLong_CheckExact(src.ptr())) return false;
         const int known = PyDict_Contains(members, src.ptr());
         if (known < 0) throw py::error_already_set();
         if (known == 0) return false;
