@@ -24,8 +24,8 @@ class Client:
     def __init__(self, url: str, user: str = "", password: str = "", timeout: int = 10,
                  content_type: str = "application/json") -> None:
         self._client = _zolt.Client(url, user, password, timeout, content_type)
-        self._worker = concurrent.futures.ThreadPoolExecutor(
-            max_workers=1, thread_name_prefix="zolt.aio")
+        self._worker: Optional[concurrent.futures.ThreadPoolExecutor] = \
+            concurrent.futures.ThreadPoolExecutor(max_workers=1, thread_name_prefix="zolt.aio")
 
     @property
     def url(self) -> str:
@@ -41,14 +41,18 @@ class Client:
         return self._client
 
     async def _run(self, call: Callable[..., Any], *args: Any) -> Any:
+        if self._worker is None:
+            return call(*args)   # closed: the client raises zolt.ClosedError at once
         loop = asyncio.get_running_loop()
         return await loop.run_in_executor(self._worker, functools.partial(call, *args))
 
     async def close(self) -> None:
         """Closes the connection after the calls already awaited; closing twice is harmless."""
-        if self._worker is not None:
+        worker = self._worker
+        if worker is not None:
             await self._run(self._client.close)
-            self._worker.shutdown(wait=False)
+            self._worker = None
+            worker.shutdown(wait=False)
         self._client.close()
 
     async def __aenter__(self) -> "Client":
