@@ -382,62 +382,6 @@ RecordInfo opaque_info(const char* name, const char* doc) {
     return info;
 }
 
-// --- arguments ---------------------------------------------------------------------------------
-
-// An argument as the caller gave it. Its caster only says whether the Python type fits, so that
-// overloads of one arity are told apart by type as pybind11 does; the value is converted (and
-// its width checked, naming the argument) once an overload has been chosen.
-template <class T>
-struct Arg {
-    py::handle value;
-};
-
-// Whether `src` can be an argument of type T at all; with `convert`, texts become MACs and
-// ints become enumeration members.
-bool arg_fits_int(py::handle src);
-bool arg_fits_bool(py::handle src);
-bool arg_fits_str(py::handle src);
-bool arg_fits_mac(py::handle src, bool convert);
-
-template <class T>
-bool arg_fits(py::handle src, bool convert) {
-    if constexpr (std::is_same<T, bool>::value) {
-        return arg_fits_bool(src);
-    } else if constexpr (std::is_integral<T>::value) {
-        return arg_fits_int(src);
-    } else if constexpr (std::is_enum<T>::value) {
-        int v = 0;
-        return enum_value(EnumClass<T>::cls, EnumClass<T>::members, src, convert, &v);
-    } else if constexpr (std::is_same<T, std::string>::value) {
-        return arg_fits_str(src);
-    } else if constexpr (std::is_same<T, zolt_mac_t>::value) {
-        return arg_fits_mac(src, convert);
-    } else {
-        return py::isinstance<T>(src);
-    }
-}
-
-}  // namespace zolt_py
-
-namespace pybind11 {
-namespace detail {
-
-template <class T>
-struct type_caster<zolt_py::Arg<T>> {
-    PYBIND11_TYPE_CASTER(zolt_py::Arg<T>, const_name("object"));
-
-    bool load(handle src, bool convert) {
-        if (!zolt_py::arg_fits<T>(src, convert)) return false;
-        value.value = src;
-        return true;
-    }
-};
-
-}  // namespace detail
-}  // namespace pybind11
-
-namespace zolt_py {
-
 // --- the client -------------------------------------------------------------------------------
 
 // One handle of the library. Every call runs without the GIL and under the client's own lock,
@@ -470,54 +414,132 @@ private:
     std::string url_;
 };
 
-// One typed function as Python sees it.
+// --- methods ---------------------------------------------------------------------------------
+//
+// Each typed function is described by a Method; the methods of one Python name (the overloads
+// of one C++ name, in schema order) become one Python method whose single dispatcher, a plain
+// function of module.cpp, picks the first overload whose arity matches and whose arguments all
+// have the right Python types, as `zolt call` picks. The chosen overload then converts its
+// arguments (checking widths, naming the argument), calls without the GIL and converts the
+// output. Only `fits` and `invoke` below are instantiated, once per C++ signature.
+
+using AnyFunction = void (*)();
+struct Method;
+using Fits = bool (*)(const py::args& args);
+using Invoke = py::object (*)(Client& client, const Method& method, const py::args& args);
+
 struct Method {
-    const char* name;          // Python name: the C++ name without "zolt_"
-    const char* rpc;           // the method string
-    bool exists;               // an existence get: returns True/False instead of raising
-    const char* args[4];       // argument names, for refusals
-    const char* doc;
+    const char* name;      // Python name: the C++ name without "zolt_"
+    const char* rpc;       // the method string
+    const char* args[4];   // argument names, for refusals
+    std::size_t arity;
+    bool exists;           // an existence get: True/False instead of raising
+    const char* doc;       // the overload's docstring, its Python signature first
+    AnyFunction function;  // the typed function, its type erased; `invoke` restores it
+    Fits fits;
+    Invoke invoke;
 };
 
+// Whether `src` can be an argument of type T at all: the right Python type (or, for a MAC, its
+// text or bytes; for an enumeration, an int that is the value of a member).
+bool fits_int(py::handle src);
+bool fits_bool(py::handle src);
+bool fits_str(py::handle src);
+bool fits_mac(py::handle src);
+
 template <class T>
-T take(const Arg<T>& arg, const Method& method, int index) {
-    T value{};
-    from_py(arg.value, value, Where{method.name, method.args[index], true});
-    return value;
+bool fits(py::handle src) {
+    if constexpr (std::is_same<T, bool>::value) {
+        return fits_bool(src);
+    } else if constexpr (std::is_integral<T>::value) {
+        return fits_int(src);
+    } else if constexpr (std::is_enum<T>::value) {
+        int v = 0;
+        return enum_value(EnumClass<T>::cls, EnumClass<T>::members, src, true, &v);
+    } else if constexpr (std::is_same<T, std::string>::value) {
+        return fits_str(src);
+    } else if constexpr (std::is_same<T, zolt_mac_t>::value) {
+        return fits_mac(src);
+    } else {
+        return py::isinstance<T>(src);
+    }
+}
+
+template <std::size_t... I, class... T>
+bool fits_all(const py::args& args, std::index_sequence<I...>, T*...) {
+    return (fits<T>(args[I]) && ...);
 }
 
 // Every argument converted, in order; `I` numbers them for the refusals.
-template <std::size_t... I, class... T>
-std::tuple<T...> take_all(const Method& method, std::index_sequence<I...>, const Arg<T>&... a) {
-    return std::tuple<T...>{take(a, method, static_cast<int>(I))...};
+template <class... T, std::size_t... I>
+std::tuple<T...> take_all(const Method& method, const py::args& args, std::index_sequence<I...>) {
+    std::tuple<T...> values;
+    (from_py(args[I], std::get<I>(values), Where{method.name, method.args[I], true}), ...);
+    return values;
 }
 
-// Binds a typed function with an output: `Out` is the output type, `A` the parameter types.
+// A typed function with an output: `Out` is the output type, `A` the parameter types.
 template <class Out, class... A>
-void def_get(py::class_<Client>& cls, const Method* method, int (*fn)(void*, A..., Out*)) {
-    cls.def(method->name, [fn, method](Client& client, Arg<std::decay_t<A>>... a) -> py::object {
-        auto values = take_all(*method, std::index_sequence_for<A...>(), a...);
-        Out out{};
-        const int code = client.run([&](void* handle) {
-            return std::apply([&](auto&... v) { return fn(handle, v..., &out); }, values);
-        });
-        if (code != 0) throw switch_error(code, method->rpc);
-        return to_py(std::move(out));
-    }, method->doc);
+py::object invoke_get(Client& client, const Method& method, const py::args& args) {
+    auto values = take_all<std::decay_t<A>...>(method, args, std::index_sequence_for<A...>());
+    const auto fn = reinterpret_cast<int (*)(void*, A..., Out*)>(method.function);
+    Out out{};
+    const int code = client.run([&](void* handle) {
+        return std::apply([&](auto&... v) { return fn(handle, v..., &out); }, values);
+    });
+    if (code != 0) throw switch_error(code, method.rpc);
+    return to_py(std::move(out));
 }
 
-// Binds a typed function without an output: bare calls, sets, adds, deletes and existence gets.
+// Bare calls, sets, adds, deletes and existence gets.
 template <class... A>
-void def_call(py::class_<Client>& cls, const Method* method, int (*fn)(void*, A...)) {
-    cls.def(method->name, [fn, method](Client& client, Arg<std::decay_t<A>>... a) -> py::object {
-        auto values = take_all(*method, std::index_sequence_for<A...>(), a...);
-        const int code = client.run([&](void* handle) {
-            return std::apply([&](auto&... v) { return fn(handle, v...); }, values);
-        });
-        if (method->exists) return py::bool_(code == 0);
-        if (code != 0) throw switch_error(code, method->rpc);
-        return py::none();
-    }, method->doc);
+py::object invoke_call(Client& client, const Method& method, const py::args& args) {
+    auto values = take_all<std::decay_t<A>...>(method, args, std::index_sequence_for<A...>());
+    const auto fn = reinterpret_cast<int (*)(void*, A...)>(method.function);
+    const int code = client.run([&](void* handle) {
+        return std::apply([&](auto&... v) { return fn(handle, v...); }, values);
+    });
+    if (method.exists) return py::bool_(code == 0);
+    if (code != 0) throw switch_error(code, method.rpc);
+    return py::none();
 }
+
+template <class... A>
+bool fits_args(const py::args& args) {
+    return fits_all(args, std::index_sequence_for<A...>(), static_cast<std::decay_t<A>*>(nullptr)...);
+}
+
+// What the generated tables write for a typed function: typed_get<Out, A...>(&zolt_x) for one with
+// an output, typed_call<A...>(&zolt_x) for one without; the parameter types pick the overload.
+struct Typed {
+    AnyFunction function;
+    std::size_t arity;
+    Fits fits;
+    Invoke invoke;
+};
+
+template <class Out, class... A>
+Typed typed_get(int (*fn)(void*, A..., Out*)) {
+    return Typed{reinterpret_cast<AnyFunction>(fn), sizeof...(A), &fits_args<A...>,
+                 &invoke_get<Out, A...>};
+}
+
+template <class... A>
+Typed typed_call(int (*fn)(void*, A...)) {
+    return Typed{reinterpret_cast<AnyFunction>(fn), sizeof...(A), &fits_args<A...>,
+                 &invoke_call<A...>};
+}
+
+// A Method from its names and its typed function.
+inline Method method(const char* name, const char* rpc, std::initializer_list<const char*> args,
+                     bool exists, const char* doc, const Typed& typed) {
+    Method m{name, rpc, {}, typed.arity, exists, doc, typed.function, typed.fits, typed.invoke};
+    std::size_t i = 0;
+    for (const char* arg : args) m.args[i++] = arg;
+    return m;
+}
+
+// Adds the methods to zolt.Client, one Python method per name (module.cpp).
+void def_methods(py::class_<Client>& cls, const Method* methods, std::size_t count);
 
 }  // namespace zolt_py

@@ -203,14 +203,61 @@ void from_py(py::handle v, std::vector<unsigned int>& out, const Where& where) {
     list_from_py(v, out, where);
 }
 
-// --- arguments --------------------------------------------------------------------------------
+// --- methods ---------------------------------------------------------------------------------
 
-bool arg_fits_int(py::handle src) { return PyLong_Check(src.ptr()) && !PyBool_Check(src.ptr()); }
-bool arg_fits_bool(py::handle src) { return PyBool_Check(src.ptr()); }
-bool arg_fits_str(py::handle src) { return PyUnicode_Check(src.ptr()); }
-bool arg_fits_mac(py::handle src, bool convert) {
-    return py::isinstance<zolt_mac_t>(src) ||
-           (convert && (PyUnicode_Check(src.ptr()) || PyBytes_Check(src.ptr())));
+bool fits_int(py::handle src) { return PyLong_Check(src.ptr()) && !PyBool_Check(src.ptr()); }
+bool fits_bool(py::handle src) { return PyBool_Check(src.ptr()); }
+bool fits_str(py::handle src) { return PyUnicode_Check(src.ptr()); }
+bool fits_mac(py::handle src) {
+    return py::isinstance<zolt_mac_t>(src) || PyUnicode_Check(src.ptr()) || PyBytes_Check(src.ptr());
+}
+
+namespace {
+
+// The refusal when no overload takes the arguments: each overload's signature, and the types
+// given.
+[[noreturn]] void no_overload(const std::vector<const Method*>& overloads, const py::args& args) {
+    std::string text = std::string(overloads.front()->name) + "(): no overload takes (";
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        text += (i ? ", " : "") + std::string(Py_TYPE(args[i].ptr())->tp_name);
+    }
+    text += "); the overloads are:";
+    for (const Method* m : overloads) {
+        const std::string doc = m->doc;
+        text += "\n    " + doc.substr(0, doc.find('\n'));
+    }
+    raise(PyExc_TypeError, text);
+}
+
+}  // namespace
+
+void def_methods(py::class_<Client>& cls, const Method* methods, std::size_t count) {
+    // Each overload's docstring starts with its Python signature; pybind11's own would only show
+    // the dispatcher's (*args).
+    py::options options;
+    options.disable_function_signatures();
+    std::vector<std::string> names;
+    std::map<std::string, std::vector<const Method*>> by_name;
+    for (std::size_t i = 0; i < count; ++i) {
+        if (by_name.count(methods[i].name) == 0) names.push_back(methods[i].name);
+        by_name[methods[i].name].push_back(&methods[i]);
+    }
+    for (const std::string& name : names) {
+        // Owned by the Python method for the life of the module.
+        auto* overloads = new std::vector<const Method*>(by_name[name]);
+        std::string doc;
+        for (const Method* m : *overloads) doc += (doc.empty() ? "" : "\n") + std::string(m->doc);
+        cls.def(overloads->front()->name,
+                [overloads](Client& client, py::args args) -> py::object {
+                    for (const Method* m : *overloads) {
+                        if (args.size() == m->arity && m->fits(args)) {
+                            return m->invoke(client, *m, args);
+                        }
+                    }
+                    no_overload(*overloads, args);
+                },
+                py::doc(doc.c_str()));
+    }
 }
 
 // --- enumerations -----------------------------------------------------------------------------

@@ -67,21 +67,35 @@ RecordInfo k_zolt_appl_port_prio_counter_t = record_info<zolt_appl_port_prio_cou
     "zolt_appl_port_prio_counter_t", "", k_zolt_appl_port_prio_counter_t_fields, 2);
 
 const Method k_methods[] = {
-    {"port_config_get", "port.config.get", false, {"key"}, "port_config_get(key: str) -> zolt_appl_port_mib_conf_t\n"},
-    {"port_config_get", "port.config.get", false, {}, "port_config_get() -> dict[str, zolt_appl_port_mib_conf_t]\n"},
-    {"port_config_set", "port.config.set", false, {"key", "value"}, "port_config_set(key: str, value: zolt_appl_port_mib_conf_t) -> None\n"},
-    {"port_status_get", "port.status.get", false, {"key"}, ""},
-    {"port_status_get", "port.status.get", false, {}, ""},
-    {"port_statistics_queues_get", "port.statistics.queues.get", false, {"key1", "key2"}, ""},
-    {"port_statistics_queues_get", "port.statistics.queues.get", false, {}, ""},
-    {"port_control_statistics_clear_set", "port.control.statistics.clear.set", false, {"key", "value"}, ""},
+    method("port_config_get", "port.config.get", {"key"}, false,
+           "port_config_get(key: str) -> zolt_appl_port_mib_conf_t\n\n\"port.config.get\", keyed get\n",
+           typed_get<zolt_appl_port_mib_conf_t, const std::string&>(&zolt_port_config_get)),
+    method("port_config_get", "port.config.get", {}, false,
+           "port_config_get() -> dict[str, zolt_appl_port_mib_conf_t]\n\n\"port.config.get\", get-all\n",
+           typed_get<std::map<std::string, zolt_appl_port_mib_conf_t>>(&zolt_port_config_get)),
+    method("port_config_set", "port.config.set", {"key", "value"}, false,
+           "port_config_set(key: str, value: zolt_appl_port_mib_conf_t) -> None\n",
+           typed_call<const std::string&, const zolt_appl_port_mib_conf_t&>(&zolt_port_config_set)),
+    method("port_status_get", "port.status.get", {"key"}, false, "port_status_get(key: str)\n",
+           typed_get<zolt_appl_port_mib_status_t, const std::string&>(&zolt_port_status_get)),
+    method("port_status_get", "port.status.get", {}, false, "port_status_get()\n",
+           typed_get<std::map<std::string, zolt_appl_port_mib_status_t>>(&zolt_port_status_get)),
+    method("port_statistics_queues_get", "port.statistics.queues.get", {"key1", "key2"}, false,
+           "port_statistics_queues_get(key1: str, key2: int)\n",
+           typed_get<zolt_appl_port_prio_counter_t, const std::string&, int>(
+               &zolt_port_statistics_queues_get)),
+    method("port_statistics_queues_get", "port.statistics.queues.get", {}, false,
+           "port_statistics_queues_get()\n",
+           typed_get<std::map<std::tuple<std::string, int>, zolt_appl_port_prio_counter_t>>(
+               &zolt_port_statistics_queues_get)),
+    method("port_control_statistics_clear_set", "port.control.statistics.clear.set",
+           {"key", "value"}, false, "port_control_statistics_clear_set(key: str, value: bool)\n",
+           typed_call<const std::string&, const bool&>(&zolt_port_control_statistics_clear_set)),
 };
 
 }  // namespace
 
 void bind_port(py::module_& m, py::class_<Client>& client) {
-    py::options options;
-    options.disable_function_signatures();
     bind_enum<zolt_appl_port_speed_t>(m, "zolt_appl_port_speed_t", k_zolt_appl_port_speed_t, 10, "");
     bind_enum<zolt_appl_port_media_t>(m, "zolt_appl_port_media_t", k_zolt_appl_port_media_t, 3, "");
     bind_enum<zolt_appl_port_fc_t>(m, "zolt_appl_port_fc_t", k_zolt_appl_port_fc_t, 2, "");
@@ -90,14 +104,7 @@ void bind_port(py::module_& m, py::class_<Client>& client) {
     bind_record<zolt_appl_port_mib_conf_t>(m, k_zolt_appl_port_mib_conf_t);
     bind_record<zolt_appl_port_mib_status_t>(m, k_zolt_appl_port_mib_status_t);
     bind_record<zolt_appl_port_prio_counter_t>(m, k_zolt_appl_port_prio_counter_t);
-    def_get<zolt_appl_port_mib_conf_t, const std::string&>(client, &k_methods[0], &zolt_port_config_get);
-    def_get<std::map<std::string, zolt_appl_port_mib_conf_t>>(client, &k_methods[1], &zolt_port_config_get);
-    def_call<const std::string&, const zolt_appl_port_mib_conf_t&>(client, &k_methods[2], &zolt_port_config_set);
-    def_get<zolt_appl_port_mib_status_t, const std::string&>(client, &k_methods[3], &zolt_port_status_get);
-    def_get<std::map<std::string, zolt_appl_port_mib_status_t>>(client, &k_methods[4], &zolt_port_status_get);
-    def_get<zolt_appl_port_prio_counter_t, const std::string&, int>(client, &k_methods[5], &zolt_port_statistics_queues_get);
-    def_get<std::map<std::tuple<std::string, int>, zolt_appl_port_prio_counter_t>>(client, &k_methods[6], &zolt_port_statistics_queues_get);
-    def_call<const std::string&, const bool&>(client, &k_methods[7], &zolt_port_control_statistics_clear_set);
+    def_methods(client, k_methods, sizeof k_methods / sizeof k_methods[0]);
 }
 
 void bind_families(py::module_& m, py::class_<Client>& client) { bind_port(m, client); }

@@ -40,7 +40,7 @@ class TestShapes:
         assert isinstance(e.value, zolt.Error)
 
     def test_overloads_are_chosen_by_arity_and_type(self, sw):
-        with pytest.raises(TypeError, match="incompatible function arguments"):
+        with pytest.raises(TypeError, match=r"^port_config_get\(\): no overload takes \(str, str\); the overloads are:\n    port_config_get\(key: str\)"):
             sw.port_config_get("Gi 1/1", "Gi 1/2")
         with pytest.raises(TypeError):
             sw.port_config_get(1)

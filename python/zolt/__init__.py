@@ -11,7 +11,7 @@ enumerations and MAC addresses as classes of this module; failures as exceptions
 zolt.Error. See the package's README for the rules.
 """
 
-from ._base import (AnswerError, ClosedError, DecodeError, DecodeLogicError, Error, LogicError,
-                    SchemaEnum, StatusError, SwitchError, TransferError)
-from ._zolt import *  # noqa: F401,F403  (every record, enumeration, Client, Mac, to_json, ...)
-from ._zolt import Client, Mac, __version__, from_json, to_json  # noqa: F401
+# Star imports, so that type checkers see every name re-exported: both modules list theirs in
+# __all__ (the extension's stubs, _zolt.pyi, do too).
+from ._base import *  # noqa: F401,F403  (the exceptions and SchemaEnum)
+from ._zolt import *  # noqa: F401,F403  (Client, Mac, every record and enumeration, to_json, ...)

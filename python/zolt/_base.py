@@ -5,6 +5,9 @@ exceptions and builds each enumeration of the schema as a subclass of `SchemaEnu
 import enum
 from typing import Any, ClassVar, Dict, Tuple
 
+__all__ = ["Error", "SwitchError", "ClosedError", "TransferError", "StatusError", "AnswerError",
+           "DecodeError", "LogicError", "DecodeLogicError", "SchemaEnum"]
+
 
 class Error(Exception):
     """Every failure of the library, and a call on a closed client.

@@ -6,7 +6,8 @@ function that binds every family in turn, and the data of the binding's sweep.
                         texts and Python member names; each record with its fields (attributes
                         named by their JSON keys); each typed function as a method of
                         zolt.Client, overloads of one C++ name under one Python name in schema
-                        order (pybind11 tries them in that order, as `zolt call` does)
+                        order (the first whose arity and argument types fit is called, as
+                        `zolt call` chooses)
   python/families.cpp   PYTHON_SOURCES: `bind_families`, every family in model order
   python/sweep.json     PYTHON_FILES: the suite sweep's calls, with each argument's Python type,
                         for python/tests/test_sweep.py
@@ -155,16 +156,17 @@ def family_source(fam):
         out.append("const Method k_methods[] = {\n")
         for m in fam.methods:
             names = ", ".join(c_string(a.name) for a in m.args)
-            out.append(f"    {{{c_string(method_name(m))}, {c_string(m.rpc)}, "
-                       f"{'true' if m.shape == 'exists' else 'false'}, {{{names}}},\n"
-                       f"     {c_string(method_doc(m))}}},\n")
+            types = [cpp_param(a) for a in m.args]
+            typed = (f"typed_get<{', '.join([m.out.cpp] + types)}>" if m.out is not None
+                     else f"typed_call<{', '.join(types)}>")
+            out.append(f"    method({c_string(method_name(m))}, {c_string(m.rpc)}, {{{names}}}, "
+                       f"{'true' if m.shape == 'exists' else 'false'},\n"
+                       f"           {c_string(method_doc(m))},\n"
+                       f"           {typed}(&{m.exported})),\n")
         out.append("};\n\n")
     out.append("}  // namespace\n\n")
     out.append(f"void bind_family_{stem}(py::module_& m, py::class_<Client>& client) {{\n")
     out.append("    (void)m;\n    (void)client;\n")
-    if fam.methods:
-        out.append("    // Each overload's docstring carries its Python signature.\n"
-                   "    py::options options;\n    options.disable_function_signatures();\n")
     for e in fam.enums:
         out.append(f"    bind_enum<{e.name}>(m, {c_string(e.name)}, k_{e.name}, "
                    f"{len(e.values)}, {c_string(enum_doc(e))});\n")
@@ -172,13 +174,8 @@ def family_source(fam):
         out.append(f"    bind_record<{r.name}>(m, k_{r.name});\n")
     for o in fam.opaques:
         out.append(f"    bind_record<{o.name}>(m, k_{o.name});\n")
-    for i, m in enumerate(fam.methods):
-        types = [cpp_param(a) for a in m.args]
-        if m.out is not None:
-            call = f"def_get<{', '.join([m.out.cpp] + types)}>"
-        else:
-            call = f"def_call<{', '.join(types)}>"
-        out.append(f"    {call}(client, &k_methods[{i}], &{m.exported});\n")
+    if fam.methods:
+        out.append(f"    def_methods(client, k_methods, {len(fam.methods)});\n")
     out.append("}\n\n}  // namespace zolt_py\n")
     return "".join(out)
 
