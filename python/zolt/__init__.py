@@ -15,3 +15,4 @@ zolt.Error. See the package's README for the rules.
 # __all__ (the extension's stubs, _zolt.pyi, do too).
 from ._base import *  # noqa: F401,F403  (the exceptions and SchemaEnum)
 from ._zolt import *  # noqa: F401,F403  (Client, Mac, every record and enumeration, to_json, ...)
+from ._zolt import __version__ as __version__  # noqa: E402
