@@ -37,6 +37,7 @@
 #include "client/methods.h"
 #include "client/rest_internal.h"
 #include "client/zoltclient.h"
+#include "fast/families.h"
 
 namespace {
 

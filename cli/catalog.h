@@ -1,7 +1,7 @@
 #pragma once
 
 // What the command line knows of the schema: every type that an argument, an output or a record
-// field can have, and every typed function, both as tables that tools/zoltgen_cli.py generates
+// field can have, and every typed function, both as tables that the generator writes
 // (gen/cli/catalog.cpp). Nothing here names a method, a record or a field: all of it comes from
 // the schema, so a new family is reachable from the command line the day its schema file lands.
 

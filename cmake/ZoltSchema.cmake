@@ -1,52 +1,40 @@
-# Runs the schema generator at build time. Every schema/<subsystem>/<family>.schema becomes
-# gen/schema/<subsystem>/<family>.{h,cpp}; the generator also writes gen/schema/families.h,
-# gen/schema/manifest.tsv and the simulator's table gen/sim/methods.cpp.
+# Runs the schema generator (tools/zoltgen, its contract at the top of tools/zoltgen/__init__.py).
 #
-# Defines ZOLT_GENERATED_SOURCES, ZOLT_GENERATED_HEADERS, ZOLT_GENERATED_INCLUDE_DIR,
-# ZOLT_GENERATED_MANIFEST, ZOLT_GENERATED_SIM_SOURCES, ZOLT_GENERATED_SWEEP (one call of every
-# typed function), ZOLT_GENERATED_INVOKE (the library driven from JSON: tools/invoke.h),
-# ZOLT_GENERATED_INCLUDE_CHECKS (one translation unit per family header),
-# ZOLT_GENERATED_DOCS (one reference page per family) and the target zolt_generate.
+# It runs once when CMake configures, which writes gen/outputs.cmake: every output by category as
+# ZOLT_GENERATED_<CATEGORY> (HEADERS, SOURCES, INTERNAL_HEADERS, INCLUDE_CHECKS, MANIFEST,
+# SIM_SOURCES, INVOKE, CLI_SOURCES, SWEEP, CLI_SWEEP, DOCS, STATE_SOURCES, ...; OUTPUTS is all of
+# them), so no output name is derived
+# here. The schema files are found by a CONFIGURE_DEPENDS glob, so adding, removing or renaming
+# one reconfigures the build, which runs the generator again: it then writes the new lists and
+# deletes the files it no longer produces. An edit of a schema file or of the generator re-runs
+# it at build time (target zolt_generate).
 
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 
 set(ZOLT_GENERATED_INCLUDE_DIR "${CMAKE_BINARY_DIR}/gen")
-set(ZOLT_GENERATED_MANIFEST "${ZOLT_GENERATED_INCLUDE_DIR}/schema/manifest.tsv")
-set(ZOLT_GENERATED_SIM_SOURCES "${ZOLT_GENERATED_INCLUDE_DIR}/sim/methods.cpp")
-set(ZOLT_GENERATED_SWEEP "${ZOLT_GENERATED_INCLUDE_DIR}/tests/sweep.cpp")
-set(ZOLT_GENERATED_INVOKE "${ZOLT_GENERATED_INCLUDE_DIR}/tools/invoke.cpp")
-
 file(GLOB ZOLT_SCHEMA_FILES CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/schema/*/*.schema")
+file(GLOB ZOLT_GENERATOR_FILES CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tools/zoltgen/*.py")
 list(SORT ZOLT_SCHEMA_FILES)
 
-set(ZOLT_GENERATED_SOURCES "")
-set(ZOLT_GENERATED_INCLUDE_CHECKS "")
-set(ZOLT_GENERATED_DOCS "")
-set(ZOLT_GENERATED_HEADERS "${ZOLT_GENERATED_INCLUDE_DIR}/schema/families.h")
-foreach(schema_file IN LISTS ZOLT_SCHEMA_FILES)
-    file(RELATIVE_PATH rel "${PROJECT_SOURCE_DIR}/schema" "${schema_file}")
-    string(REGEX REPLACE "\\.schema$" "" stem "${rel}")
-    list(APPEND ZOLT_GENERATED_SOURCES "${ZOLT_GENERATED_INCLUDE_DIR}/schema/${stem}.cpp")
-    list(APPEND ZOLT_GENERATED_HEADERS "${ZOLT_GENERATED_INCLUDE_DIR}/schema/${stem}.h")
-    get_filename_component(family "${schema_file}" NAME_WE)
-    list(APPEND ZOLT_GENERATED_INCLUDE_CHECKS
-         "${ZOLT_GENERATED_INCLUDE_DIR}/tests/include_${family}.cpp")
-    list(APPEND ZOLT_GENERATED_DOCS "${ZOLT_GENERATED_INCLUDE_DIR}/docs/${family}.md")
-endforeach()
+set(zolt_generator_command
+    "${Python3_EXECUTABLE}" "${PROJECT_SOURCE_DIR}/tools/zoltgen"
+    "${PROJECT_SOURCE_DIR}/schema" --out "${ZOLT_GENERATED_INCLUDE_DIR}")
+execute_process(COMMAND ${zolt_generator_command}
+    RESULT_VARIABLE zolt_generator_result ERROR_VARIABLE zolt_generator_error)
+if(NOT zolt_generator_result EQUAL 0)
+    message(FATAL_ERROR "${zolt_generator_error}")
+endif()
+include("${ZOLT_GENERATED_INCLUDE_DIR}/outputs.cmake")
 
 # The stamp is the rule's only declared output; the generator rewrites a file only when its text
 # changes, so an edit to one schema recompiles only the files it touches.
 set(zolt_stamp "${CMAKE_BINARY_DIR}/zoltgen.stamp")
 add_custom_command(
     OUTPUT "${zolt_stamp}"
-    BYPRODUCTS ${ZOLT_GENERATED_SOURCES} ${ZOLT_GENERATED_HEADERS}
-               "${ZOLT_GENERATED_MANIFEST}" ${ZOLT_GENERATED_SIM_SOURCES}
-               "${ZOLT_GENERATED_SWEEP}" "${ZOLT_GENERATED_INVOKE}" ${ZOLT_GENERATED_INCLUDE_CHECKS}
-               ${ZOLT_GENERATED_DOCS}
-    COMMAND Python3::Interpreter "${PROJECT_SOURCE_DIR}/tools/zoltgen.py"
-            "${PROJECT_SOURCE_DIR}/schema" --out "${ZOLT_GENERATED_INCLUDE_DIR}"
-            --stamp "${zolt_stamp}"
-    DEPENDS "${PROJECT_SOURCE_DIR}/tools/zoltgen.py" ${ZOLT_SCHEMA_FILES}
-    COMMENT "Generating typed methods from the schema"
+    BYPRODUCTS ${ZOLT_GENERATED_OUTPUTS}
+    COMMAND ${zolt_generator_command} --stamp "${zolt_stamp}"
+    DEPENDS ${ZOLT_GENERATOR_FILES} ${ZOLT_SCHEMA_FILES}
+    COMMENT "Generating from the schema"
     VERBATIM)
 add_custom_target(zolt_generate DEPENDS "${zolt_stamp}")
+set_source_files_properties(${ZOLT_GENERATED_OUTPUTS} PROPERTIES GENERATED TRUE)

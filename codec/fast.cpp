@@ -142,7 +142,7 @@ bool read_bytes(const Type&, const Scalar& json, void* target) {
 // Rare enough to go through the tree-based reader itself, on a one-value tree.
 bool read_timestamp(const Type&, const Scalar& json, void* target) {
     if (json.kind != Scalar::Kind::text) return false;
-    zolt::parse_timestamp(Json::Value(json.data, json.data + json.size), as<time_t>(target));
+    zolt::parse_timestamp(Json::Value(json.data, json.data + json.size), as<zolt_time32_t>(target));
     return true;
 }
 
@@ -432,22 +432,6 @@ const Type& fast_type(const std::vector<std::string>*) { return kStrings; }
 const Type& fast_type(const std::vector<unsigned short>*) { return kU16s; }
 const Type& fast_type(const std::vector<unsigned int>*) { return kU32s; }
 const Type& fast_type(const std::tuple<unsigned short, zolt_mac_t>*) { return kVlanMac; }
-
-const Type& fast_type(const zolt_ipv4_uc_t*) {
-    static const Field fields[] = {
-        field<&zolt_ipv4_uc_t::networkAddress>("networkAddress"),
-        field<&zolt_ipv4_uc_t::networkPrefixSize>("networkPrefixSize"),
-        field<&zolt_ipv4_uc_t::nextHop>("nextHop"),
-    };
-    static const Record record(fields, sizeof fields / sizeof fields[0]);
-    return record.type;
-}
-
-const Type& fast_type(const NAS_ifindex_index*) {
-    static const Field fields[] = {field<&NAS_ifindex_index::InterfaceNo>("InterfaceNo")};
-    static const Record record(fields, sizeof fields / sizeof fields[0]);
-    return record.type;
-}
 
 bool decode_answer(const char* text, std::size_t size, const Type& result_type, void* result) {
     Slot result_slot{&result_type, result};

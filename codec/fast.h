@@ -97,8 +97,6 @@ const Type& fast_type(const std::vector<unsigned char>*);
 const Type& fast_type(const std::vector<std::string>*);
 const Type& fast_type(const std::vector<unsigned short>*);
 const Type& fast_type(const std::vector<unsigned int>*);
-const Type& fast_type(const zolt_ipv4_uc_t*);
-const Type& fast_type(const NAS_ifindex_index*);
 // The MAC table's key keeps its own lax rules.
 const Type& fast_type(const std::tuple<unsigned short, zolt_mac_t>*);
 // The local-time text of a time stamp field.

@@ -1,16 +1,20 @@
 #pragma once
 
-// Readers for the plain values that travel in JSON, and the small records shared by every
-// family. Reading is strict about the JSON type and lax about range: a value of the right
+// Readers for the plain values that travel in JSON. Reading is strict about the JSON type and lax about range: a value of the right
 // type is taken and cut to the target's width without a check. Every reader writes straight
 // into the caller's object; list readers append and never clear.
 
 #include <json/value.h>
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
 #include "codec/export.h"
+
+// The syslog history's time stamp: seconds since the epoch, as the switch's 32-bit signed
+// time_t. Written as a JSON integer (widened with its sign), read from local-time text.
+using zolt_time32_t = std::int32_t;
 
 // Six bytes in transmission order. On the wire: "00:1F:A2:0B:3C:D4".
 struct zolt_mac_t {
@@ -46,23 +50,3 @@ ZOLT_API void parse(const Json::Value& value, std::vector<unsigned char>& target
 ZOLT_API void parse(const Json::Value& value, std::vector<std::string>& target);
 ZOLT_API void parse(const Json::Value& value, std::vector<unsigned short>& target);
 ZOLT_API void parse(const Json::Value& value, std::vector<unsigned int>& target);
-
-// An IPv4 route key. Addresses stay text: the library never checks or normalises them.
-struct zolt_ipv4_uc_t {
-    std::string networkAddress;
-    int networkPrefixSize;
-    std::string nextHop;
-};
-
-ZOLT_API Json::Value serialize(const zolt_ipv4_uc_t& value);
-ZOLT_API void parse(const Json::Value& value, zolt_ipv4_uc_t& target);
-ZOLT_API bool operator<(const zolt_ipv4_uc_t& lhs, const zolt_ipv4_uc_t& rhs);
-
-// An interface key.
-struct NAS_ifindex_index {
-    std::string InterfaceNo;
-};
-
-ZOLT_API Json::Value serialize(const NAS_ifindex_index& value);
-ZOLT_API void parse(const Json::Value& value, NAS_ifindex_index& target);
-ZOLT_API bool operator<(const NAS_ifindex_index& lhs, const NAS_ifindex_index& rhs);

@@ -78,18 +78,20 @@ auto to_json(const T& v) -> decltype(serialize(v)) {
 
 // The one time stamp field travels in two forms on purpose: written as the number of
 // seconds, read as local-time text "YYYY-MM-DD HH:MM:SS".
-inline Json::Value timestamp_to_json(time_t v) { return Json::Value(static_cast<Json::Int64>(v)); }
+inline Json::Value timestamp_to_json(zolt_time32_t v) {
+    return Json::Value(static_cast<Json::Int64>(v));
+}
 
 // Text that does not match the format is not refused: the fields strptime could not fill stay
 // cleared and mktime decides. tm_isdst = -1 lets mktime work out daylight saving, so a
 // well-formed text always gives the process's local time.
-inline void parse_timestamp(const Json::Value& value, time_t& target) {
+inline void parse_timestamp(const Json::Value& value, zolt_time32_t& target) {
     if (!value.isString()) throw decode_error("Unexpected type");
     const std::string text = value.asString();
     struct tm fields = {};
     fields.tm_isdst = -1;
     strptime(text.c_str(), "%Y-%m-%d %H:%M:%S", &fields);
-    target = mktime(&fields);
+    target = static_cast<zolt_time32_t>(mktime(&fields));
 }
 
 }  // namespace zolt

@@ -24,6 +24,7 @@
 #include "client/methods.h"
 #include "client/rest_internal.h"
 #include "client/zoltclient.h"
+#include "fast/families.h"
 #include "sim/sim_schema.h"
 
 namespace zolt_fast_cases {

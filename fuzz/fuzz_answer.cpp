@@ -31,14 +31,7 @@
 #include "codec/record.h"
 #include "codec/scalar.h"
 #include "codec/table.h"
-#include "schema/layer2/lacp.h"
-#include "schema/layer2/lldp.h"
-#include "schema/layer2/mac.h"
-#include "schema/layer2/mstp.h"
-#include "schema/layer2/vcl.h"
-#include "schema/layer2/vlan.h"
-#include "schema/layer2/voice-vlan.h"
-#include "schema/ports/port.h"
+#include "fast/families.h"
 
 namespace {
 

@@ -277,8 +277,8 @@ TEST(ByteList, FailuresAndWhatTheyLeaveBehind) {
 
 // ---- The time stamp ----------------------------------------------------------------------
 
-time_t read_stamp(const char* text) {
-    time_t value = 0;
+zolt_time32_t read_stamp(const char* text) {
+    zolt_time32_t value = 0;
     zolt::parse_timestamp(Json::Value(text), value);
     return value;
 }
@@ -292,7 +292,7 @@ TEST(TimeStamp, ReadsLocalTimeOfTheProcess) {
 }
 
 TEST(TimeStamp, OnlyTextIsAccepted) {
-    time_t value = 77;
+    zolt_time32_t value = 77;
     EXPECT_THROW_EXACT(zolt::parse_timestamp(Json::Value(1577934245), value), std::runtime_error,
                        "Unexpected type");
     EXPECT_THROW_EXACT(zolt::parse_timestamp(Json::Value(), value), std::runtime_error,

@@ -11,6 +11,7 @@
 #include <cctype>
 #include <fstream>
 #include <memory>
+#include <set>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -19,10 +20,14 @@
 
 #include "client/zoltclient.h"
 #include "support/test_server.h"
+#include "support/time_zone.h"
 #include "tools/invoke.h"
 
 #ifndef ZOLT_CORPUS_DIR
 #error "ZOLT_CORPUS_DIR names the corpus directory"
+#endif
+#ifndef ZOLT_MANIFEST
+#error "ZOLT_MANIFEST names the generated manifest of typed functions"
 #endif
 
 namespace {
@@ -32,6 +37,7 @@ struct Exchange {
     int line = 0;  // of its "exchange" line
     std::string title;
     std::string call;
+    std::string zone;  // TZ for this exchange; empty keeps the process's own
     std::string args = "[]";
     std::string request;
     std::string answer;
@@ -114,6 +120,8 @@ std::vector<Exchange> read_corpus(const std::string& name) {
             ex.has_output = ex.has_output || keyword == "output";
         } else if (keyword == "request" || keyword == "answer") {
             if (!rest.empty()) fail("the text of " + keyword + " goes on the lines below");
+        } else if (keyword == "zone") {
+            ex.zone = rest;
         } else if (keyword == "status") {
             ex.status = std::stoi(rest);
         } else if (keyword == "return") {
@@ -171,6 +179,8 @@ void replay(zolt_test::TestServer& server, void* handle, const Exchange& ex) {
     const Json::Value args = json_of(ex.args, "args");
     server.respond(ex.status, ex.answer);
     const std::size_t before = server.count();
+    const zolt_test::TimeZoneGuard zone;
+    if (!ex.zone.empty()) zolt_test::TimeZoneGuard::set(ex.zone.c_str());
 
     Json::Value output;
     int code = -999;
@@ -204,7 +214,35 @@ TEST_P(Corpus, EveryExchangeReplaysExactly) {
     for (const Exchange& ex : exchanges) replay(server, handle(), ex);
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, Corpus, ::testing::ValuesIn(corpus_files()),
+// The families of the schema, from the generator's manifest (first column, after the heading).
+std::set<std::string> schema_families() {
+    std::ifstream in(ZOLT_MANIFEST);
+    if (!in) throw std::runtime_error(std::string(ZOLT_MANIFEST) + ": cannot be read");
+    std::set<std::string> families;
+    std::string line;
+    std::getline(in, line);
+    while (std::getline(in, line)) {
+        if (!line.empty()) families.insert(line.substr(0, line.find('\t')));
+    }
+    return families;
+}
+
+// Every family has worked exchanges, and every corpus file is named after a family, so a file
+// whose name is mistyped is not silently left out.
+TEST(CorpusFiles, OnePerFamilyOfTheSchema) {
+    const std::set<std::string> families = schema_families();
+    std::set<std::string> files;
+    for (const std::string& name : corpus_files()) files.insert(name.substr(0, name.size() - 7));
+    ASSERT_FALSE(families.empty());
+    for (const std::string& family : families) {
+        EXPECT_EQ(files.count(family), 1U) << "no tests/corpus/" << family << ".corpus";
+    }
+    for (const std::string& file : files) {
+        EXPECT_EQ(families.count(file), 1U) << file << ".corpus names no family of the schema";
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(CorpusFile, Corpus, ::testing::ValuesIn(corpus_files()),
                          [](const ::testing::TestParamInfo<std::string>& info) {
                              std::string name = info.param.substr(0, info.param.size() - 7);
                              for (char& c : name) {

@@ -11,7 +11,7 @@ import textwrap
 import unittest
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
-GENERATOR = os.path.join(ROOT, "tools", "zoltgen.py")
+GENERATOR = os.path.join(ROOT, "tools", "zoltgen")
 
 GOOD = """\
 family demo
@@ -235,6 +235,8 @@ class Output(unittest.TestCase):
 EVERY_FORM = """\
 family every
 
+use shared
+
 opaque zolt_every_opaque_t
 
 record zolt_every_inner_t
@@ -342,6 +344,8 @@ class Compiles(unittest.TestCase):
             os.makedirs(os.path.join(tmp, "schema", "ports"))
             with open(os.path.join(tmp, "schema", "ports", "every.schema"), "w") as f:
                 f.write(EVERY_FORM)
+            shutil.copytree(os.path.join(ROOT, "schema", "shared"),
+                            os.path.join(tmp, "schema", "shared"))
             out = os.path.join(tmp, "gen")
             gen = subprocess.run([sys.executable, GENERATOR, os.path.join(tmp, "schema"),
                                   "--out", out], capture_output=True, text=True)

@@ -28,10 +28,10 @@ Json::Value round_trip(const Json::Value& json) {
     return zolt::to_json(value);
 }
 
-// The one time stamp type is read from local-time text and written as a number of seconds.
-template <>
-inline Json::Value round_trip<time_t>(const Json::Value& json) {
-    time_t value{};
+// The one time stamp type is read from local-time text and written as a number of seconds. It is
+// the same C++ type as int, so it has a function of its own rather than a specialisation.
+inline Json::Value round_trip_timestamp(const Json::Value& json) {
+    zolt_time32_t value{};
     zolt::parse_timestamp(json, value);
     return zolt::timestamp_to_json(value);
 }
