@@ -518,14 +518,25 @@ struct Typed {
     Invoke invoke;
 };
 
+// The typed function's pointer type, spelled so that it is never deduced: the explicit template
+// arguments alone decide it (a pack before the output pointer cannot be deduced anyway).
 template <class Out, class... A>
-Typed typed_get(int (*fn)(void*, A..., Out*)) {
+struct GetFunction {
+    using type = int (*)(void*, A..., Out*);
+};
+template <class... A>
+struct CallFunction {
+    using type = int (*)(void*, A...);
+};
+
+template <class Out, class... A>
+Typed typed_get(typename GetFunction<Out, A...>::type fn) {
     return Typed{reinterpret_cast<AnyFunction>(fn), sizeof...(A), &fits_args<A...>,
                  &invoke_get<Out, A...>};
 }
 
 template <class... A>
-Typed typed_call(int (*fn)(void*, A...)) {
+Typed typed_call(typename CallFunction<A...>::type fn) {
     return Typed{reinterpret_cast<AnyFunction>(fn), sizeof...(A), &fits_args<A...>,
                  &invoke_call<A...>};
 }
