@@ -11,7 +11,10 @@ import textwrap
 import unittest
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
-GENERATOR = os.path.join(ROOT, "tools", "zoltgen")
+# Run as a module from tools/: run as a script, the package's own folder would come first on
+# sys.path and its types.py would hide the standard library's.
+TOOLS = os.path.join(ROOT, "tools")
+GENERATOR = [sys.executable, "-m", "zoltgen"]
 
 GOOD = """\
 family demo
@@ -43,8 +46,8 @@ def run(files, *args):
             with open(full, "w") as f:
                 f.write(textwrap.dedent(text))
         out = os.path.join(tmp, "gen")
-        proc = subprocess.run([sys.executable, GENERATOR, os.path.join(tmp, "schema"),
-                               "--out", out, *args], capture_output=True, text=True)
+        proc = subprocess.run([*GENERATOR, os.path.join(tmp, "schema"),
+                               "--out", out, *args], capture_output=True, text=True, cwd=TOOLS)
         produced = {}
         for d, _, names in os.walk(out):
             for n in names:
