@@ -28,8 +28,10 @@ def by_name(model):
     return out
 
 
-def method_stubs(model, prefix):
-    """Client's methods; `prefix` is "" or "async "."""
+def method_stubs(model, coroutine):
+    """Client's methods; with `coroutine`, each returns a coroutine of its output. Written as a
+    plain def returning Coroutine rather than as `async def`: Debian 12's mypy takes an overloaded
+    `async def` of a stub for a plain function and loses the coroutine."""
     out = []
     for name, overloads in by_name(model).items():
         for m in overloads:
@@ -38,7 +40,8 @@ def method_stubs(model, prefix):
                            for i, a in enumerate(m.args))
             if len(overloads) > 1:
                 out.append("    @overload\n")
-            out.append(f"    {prefix}def {name}(self{args}) -> {py_return(m)}:\n")
+            result = f"Coroutine[Any, Any, {py_return(m)}]" if coroutine else py_return(m)
+            out.append(f"    def {name}(self{args}) -> {result}:\n")
             out.append(docstring(method_doc(m), 8))
     return out
 
@@ -84,15 +87,25 @@ def stubs(model):
     out.append("    def close(self) -> None: ...\n")
     out.append("    def __enter__(self) -> Client: ...\n")
     out.append("    def __exit__(self, *exc: object) -> None: ...\n")
-    out += method_stubs(model, "")
+    out += method_stubs(model, False)
     out.append("\n__all__ = [\n" + "".join(f"    {n!r},\n" for n in names) + "]\n")
     return "".join(out)
 
 
+def exported(model):
+    """The binding's public names: Client first."""
+    names = ["Client", "Mac", "to_json", "from_json", "__version__"]
+    for fam in model.families:
+        names += [e.name for e in fam.enums] + [r.name for r in fam.records] + \
+            [o.name for o in fam.opaques]
+    return names
+
+
 def aio_stubs(model):
     out = [BANNER,
-           "from typing import Any, overload\n\n",
-           "from ._zolt import *\n",
+           "from typing import Any, Coroutine, overload\n\n",
+           # Everything of the binding but its Client, which this module has its own of.
+           "from ._zolt import (\n" + "".join(f"    {n},\n" for n in exported(model)[1:]) + ")\n",
            "from . import _zolt\n\n",
            "__all__ = ['Client']\n\n",
            "class Client:\n",
@@ -102,7 +115,7 @@ def aio_stubs(model):
            "    async def close(self) -> None: ...\n",
            "    async def __aenter__(self) -> Client: ...\n",
            "    async def __aexit__(self, *exc: object) -> None: ...\n"]
-    out += method_stubs(model, "async ")
+    out += method_stubs(model, True)
     return "".join(out)
 
 
