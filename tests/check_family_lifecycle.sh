@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # A family comes and goes with its schema file alone. In a copy of the tree inside the build
-# directory: add a synthetic family (a time stamp field, a key-only table, a per-port table and a
+# directory: add a synthetic family (a time stamp field, a key-only table, per-port tables and a
 # table keyed by a record), build, and check that the library exports it, the simulator serves
 # it, the command line's sweep reaches it and its reference page exists; then delete the schema
 # file, build again incrementally, and check that nothing of the family is left.
@@ -28,11 +28,16 @@ enum zolt_synthetic_mode_t
 
 record zolt_synthetic_conf_t
     "Mode"    zolt_synthetic_mode_t
-    "Stamp"   timestamp
     "Weight"  u16
+
+# Read only, as the switch's own time stamps are: written as a number, read back as text.
+record zolt_synthetic_status_t
+    "Stamp"   timestamp
+    "Count"   u64
 
 tables
     "synthetic.config.port"     string                     -> zolt_synthetic_conf_t  per-port
+    "synthetic.status.port"     string                     -> zolt_synthetic_status_t  per-port
     "synthetic.config.member"   string, int                -> tuple<>
     "synthetic.config.route"    zolt_ipv4_uc_t             -> zolt_synthetic_conf_t
 
@@ -40,6 +45,8 @@ methods
     "synthetic.config.port.get"     string                              -> zolt_synthetic_conf_t
     "synthetic.config.port.get"     -                                   -> map<string, zolt_synthetic_conf_t>
     "synthetic.config.port.set"     string, zolt_synthetic_conf_t       -> -
+    "synthetic.status.port.get"     string                              -> zolt_synthetic_status_t
+    "synthetic.status.port.get"     -                                   -> map<string, zolt_synthetic_status_t>
     "synthetic.config.member.add"   string, int                         -> -
     "synthetic.config.member.del"   string, int                         -> -
     "synthetic.config.member.get"   -                                   -> map<tuple<string, int>, tuple<>>
@@ -56,9 +63,14 @@ build() {
 
 fail() { echo "family lifecycle: $*" >&2; exit 1; }
 
+# The dynamic symbols as text: grep -q on a pipe would stop nm early, and pipefail would take
+# that for a failure.
+symbols() { nm -D --defined-only "$scratch/build/libzolt-client.so" >"$scratch/symbols.txt"; }
+
 build
 gen="$scratch/build/gen"
-nm -D --defined-only "$scratch/build/libzolt-client.so" | grep -q zolt_synthetic_config_port_set ||
+symbols
+grep -q zolt_synthetic_config_port_set "$scratch/symbols.txt" ||
     fail "the library does not export the new family"
 [ -f "$gen/docs/synthetic.md" ] || fail "no reference page"
 grep -q '"synthetic.config.member.add"' "$gen/tests/sweep.cpp" || fail "the sweep misses it"
@@ -73,9 +85,10 @@ for _ in $(seq 100); do
     sleep 0.1
 done
 [ -n "$address" ] || fail "the simulator did not start"
-ZOLT_URL="http://$address/" ZOLT_USER=admin ZOLT_PASSWORD=admin \
-    "$scratch/build/cli/zolt" call synthetic.config.port.get "Gi 1/1" | grep -q '"Mode" : "off"' ||
+row=$(ZOLT_URL="http://$address/" ZOLT_USER=admin ZOLT_PASSWORD=admin \
+    "$scratch/build/cli/zolt" call synthetic.config.port.get "Gi 1/1") ||
     fail "the simulator does not serve the new family"
+grep -q '"Mode": "off"' <<<"$row" || fail "the simulator's row is not the fresh one: $row"
 kill $sim
 "$scratch/build/tests/zolt_tests" --gtest_filter='Sweep.*:Cli.EveryTypedFunctionIsReachableThroughCall' >"$scratch/sweep.log" 2>&1 ||
     { tail -30 "$scratch/sweep.log"; fail "the sweep fails with the new family"; }
@@ -85,7 +98,8 @@ rm "$family"
 build
 left=$(grep -rl synthetic "$gen" || true)
 [ -z "$left" ] || fail "outputs of the removed family remain: $left"
-if nm -D --defined-only "$scratch/build/libzolt-client.so" | grep -q synthetic; then
+symbols
+if grep -q synthetic "$scratch/symbols.txt"; then
     fail "the library still exports the removed family"
 fi
 rm -rf "$scratch"

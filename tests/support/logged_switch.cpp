@@ -37,7 +37,8 @@ void* LoggedSwitch::handle() const { return impl_->sw->handle(); }
 std::string LoggedSwitch::url() const { return impl_->sw->simulator().url(); }
 
 Json::Value LoggedSwitch::rows(const std::string& table) const {
-    return impl_->sw->simulator().model().rows(table);
+    const zolt_sim::Model& model = impl_->sw->simulator().model();
+    return model.rows(table, model.now());
 }
 
 std::vector<std::string> LoggedSwitch::methods() const {
