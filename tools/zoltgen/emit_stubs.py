@@ -29,16 +29,23 @@ def by_name(model):
 
 
 def method_stubs(model, prefix):
-    """Client's methods; `prefix` is "" or "async "."""
+    """Client's methods; `prefix` is "" or "async ". Every overload takes the keyword
+    `overload=N` (its place among the name's overloads); it is required where an earlier
+    overload takes the same arguments (the version-blind gets, which differ in output only)."""
     out = []
     for name, overloads in by_name(model).items():
-        for m in overloads:
-            args = "".join(f", {a.name}: {py_type(a.type, True)}, /" if i == len(m.args) - 1 else
-                           f", {a.name}: {py_type(a.type, True)}"
-                           for i, a in enumerate(m.args))
+        seen = set()
+        for place, m in enumerate(overloads, 1):
+            params = [f"{a.name}: {py_type(a.type, True)}" for a in m.args]
+            if params:
+                params.append("/")
+            arg_types = tuple(a.type for a in m.args)
+            choice = f"overload: Literal[{place}]" + ("" if arg_types in seen else " = ...")
+            seen.add(arg_types)
             if len(overloads) > 1:
                 out.append("    @overload\n")
-            out.append(f"    {prefix}def {name}(self{args}) -> {py_return(m)}:\n")
+            out.append(f"    {prefix}def {name}(self{''.join(', ' + p for p in params)}, *, "
+                       f"{choice}) -> {py_return(m)}:\n")
             out.append(docstring(method_doc(m), 8))
     return out
 
@@ -46,7 +53,7 @@ def method_stubs(model, prefix):
 def stubs(model):
     names = ["Client", "Mac", "to_json", "from_json", "__version__"]
     out = [BANNER,
-           "from typing import Any, ClassVar, overload\n\n",
+           "from typing import Any, ClassVar, Literal, overload\n\n",
            "from ._base import SchemaEnum\n\n",
            "__version__: str\n\n",
            "class Mac:\n",
@@ -89,10 +96,19 @@ def stubs(model):
     return "".join(out)
 
 
+def type_names(model):
+    """Every record, opaque type and enumeration by name, as the methods' annotations use them."""
+    return ["Mac"] + [d.name for fam in model.families
+                      for d in fam.enums + fam.records + fam.opaques]
+
+
 def aio_stubs(model):
+    # The types by name, not by a star import, which would bring zolt.Client under this
+    # module's Client.
+    names = "".join(f"    {n},\n" for n in type_names(model))
     out = [BANNER,
-           "from typing import Any, overload\n\n",
-           "from ._zolt import *\n",
+           "from typing import Any, Literal, overload\n\n",
+           f"from ._zolt import (\n{names})\n",
            "from . import _zolt\n\n",
            "__all__ = ['Client']\n\n",
            "class Client:\n",
