@@ -248,8 +248,30 @@ void def_methods(py::class_<Client>& cls, const Method* methods, std::size_t cou
         std::string doc;
         for (const Method* m : *overloads) doc += (doc.empty() ? "" : "\n") + std::string(m->doc);
         cls.def(overloads->front()->name,
-                [overloads](Client& client, py::args args) -> py::object {
-                    for (const Method* m : *overloads) {
+                [overloads](Client& client, py::args args, py::kwargs kwargs) -> py::object {
+                    // overload=N (1-based, in schema order as `zolt describe` lists them) picks
+                    // one where the arguments alone cannot: the version-blind gets, whose
+                    // overloads differ only in their output.
+                    std::size_t wanted = 0;
+                    for (auto item : kwargs) {
+                        const std::string key = py::str(item.first);
+                        if (key != "overload") {
+                            raise(PyExc_TypeError, std::string(overloads->front()->name) +
+                                                       "() got an unexpected keyword argument '" +
+                                                       key + "'");
+                        }
+                        from_py(item.second, wanted,
+                                Where{overloads->front()->name, "overload", true});
+                        if (wanted < 1 || wanted > overloads->size()) {
+                            raise(PyExc_ValueError,
+                                  std::string(overloads->front()->name) + "(): overload " +
+                                      std::to_string(wanted) + " of " +
+                                      std::to_string(overloads->size()));
+                        }
+                    }
+                    for (std::size_t i = 0; i < overloads->size(); ++i) {
+                        const Method* m = (*overloads)[i];
+                        if (wanted != 0 && i + 1 != wanted) continue;
                         if (args.size() == m->arity && m->fits(args)) {
                             return m->invoke(client, *m, args);
                         }

@@ -46,6 +46,19 @@ class TestShapes:
             sw.port_config_get(1)
         assert "port.config.get" in zolt.Client.port_config_get.__doc__
 
+    def test_overload_keyword_picks_among_overloads_of_the_same_arguments(self, sw):
+        v4 = sw.ipmc_snooping_config_interface_port_get("Gi 1/1")
+        v6 = sw.ipmc_snooping_config_interface_port_get("Gi 1/1", overload=4)
+        assert type(v4) is zolt.zolt_appl_ipmc_snp4_port_conf_t
+        assert type(v6) is zolt.zolt_appl_ipmc_snp6_port_conf_t
+        assert type(sw.ipmc_snooping_config_interface_port_get(overload=2)) is dict
+        with pytest.raises(TypeError, match="no overload takes"):
+            sw.port_config_get("Gi 1/1", overload=2)     # overload 2 is the get-all
+        with pytest.raises(ValueError, match=r"port_config_get\(\): overload 3 of 2"):
+            sw.port_config_get(overload=3)
+        with pytest.raises(TypeError, match="unexpected keyword argument 'key'"):
+            sw.port_config_get(key="Gi 1/1")
+
     def test_argument_refusals_name_the_argument(self, sw):
         with pytest.raises(OverflowError,
                            match=r"^port_statistics_queues_get: argument key2: 2147483648 does not "

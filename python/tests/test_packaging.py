@@ -24,7 +24,10 @@ def widen(sw: zolt.Client, port: str) -> int:
     queues: dict[tuple[str, int], zolt.zolt_appl_port_prio_counter_t] = \\
         sw.port_statistics_queues_get()
     text: str = conf.Speed.text
-    return len(table) + len(queues) + len(text) + conf.MTU
+    v6: zolt.zolt_appl_ipmc_snp6_port_conf_t = \
+        sw.ipmc_snooping_config_interface_port_get(port, overload=4)
+    v4: zolt.zolt_appl_ipmc_snp4_port_conf_t = sw.ipmc_snooping_config_interface_port_get(port)
+    return len(table) + len(queues) + len(text) + conf.MTU + len(repr(v6)) + len(repr(v4))
 
 
 async def fleet(urls: list[str]) -> list[zolt.zolt_appl_port_mib_conf_t]:
@@ -76,6 +79,7 @@ def test_help_shows_method_string_shape_and_parameters():
     assert "port_config_get(key: str) -> zolt_appl_port_mib_conf_t" in doc
     assert '"port.config.get", keyed get' in doc and '"port.config.get", get-all' in doc
     assert "C++: int zolt_port_config_get(void* handle, const std::string& key," in doc
+    assert "Overload 2 of 2: overload=2 picks it." in doc
 
 
 @pytest.mark.zolt_switch(ports=3)

@@ -102,6 +102,9 @@ RETURNS = {
 def method_doc(m):
     """One overload's docstring: its Python signature, method string, shape and C++ function."""
     returns = RETURNS.get(m.shape, "Returns the output; raises SwitchError on an error.")
+    same = [x for x in m.family.methods if method_name(x) == method_name(m)]
+    if len(same) > 1:
+        returns += f"\nOverload {same.index(m) + 1} of {len(same)}: overload={same.index(m) + 1} picks it."
     return (f"{py_signature(m)}\n\n"
             f"\"{m.rpc}\", {SHAPE_WORDS[m.shape]}: {schema_spelling(m.out) if m.out else '-'} "
             f"from {', '.join(a.name for a in m.args) or 'no arguments'}.\n"

@@ -31,17 +31,24 @@ def by_name(model):
 def method_stubs(model, coroutine):
     """Client's methods; with `coroutine`, each returns a coroutine of its output. Written as a
     plain def returning Coroutine rather than as `async def`: Debian 12's mypy takes an overloaded
-    `async def` of a stub for a plain function and loses the coroutine."""
+    `async def` of a stub for a plain function and loses the coroutine. Every overload takes the
+    keyword `overload=N` (its place among the name's overloads); it is required where an earlier
+    overload takes the same arguments (the version-blind gets, which differ in output only)."""
     out = []
     for name, overloads in by_name(model).items():
-        for m in overloads:
-            args = "".join(f", {a.name}: {py_type(a.type, True)}, /" if i == len(m.args) - 1 else
-                           f", {a.name}: {py_type(a.type, True)}"
-                           for i, a in enumerate(m.args))
+        seen = set()
+        for place, m in enumerate(overloads, 1):
+            params = [f"{a.name}: {py_type(a.type, True)}" for a in m.args]
+            if params:
+                params.append("/")
+            arg_types = tuple(a.type for a in m.args)
+            choice = f"overload: Literal[{place}]" + ("" if arg_types in seen else " = ...")
+            seen.add(arg_types)
             if len(overloads) > 1:
                 out.append("    @overload\n")
             result = f"Coroutine[Any, Any, {py_return(m)}]" if coroutine else py_return(m)
-            out.append(f"    def {name}(self{args}) -> {result}:\n")
+            out.append(f"    def {name}(self{''.join(', ' + p for p in params)}, *, "
+                       f"{choice}) -> {result}:\n")
             out.append(docstring(method_doc(m), 8))
     return out
 
@@ -49,7 +56,7 @@ def method_stubs(model, coroutine):
 def stubs(model):
     names = ["Client", "Mac", "to_json", "from_json", "__version__"]
     out = [BANNER,
-           "from typing import Any, ClassVar, overload\n\n",
+           "from typing import Any, ClassVar, Literal, overload\n\n",
            "from ._base import SchemaEnum\n\n",
            "__version__: str\n\n",
            "class Mac:\n",
@@ -103,7 +110,7 @@ def exported(model):
 
 def aio_stubs(model):
     out = [BANNER,
-           "from typing import Any, Coroutine, overload\n\n",
+           "from typing import Any, Coroutine, Literal, overload\n\n",
            # Everything of the binding but its Client, which this module has its own of.
            "from ._zolt import (\n" + "".join(f"    {n},\n" for n in exported(model)[1:]) + ")\n",
            "from . import _zolt\n\n",
