@@ -2,12 +2,18 @@
 #   libzolt-client<SOVERSION>  (runtime) the shared library
 #   libzolt-client-dev         (dev)     headers, CMake package, pkg-config file, reference pages
 #   zolt-tools                 (tools)   the zolt command line and zolt-switch-sim, with man pages
+#   python3-zolt               (python)  the Python package zolt, when ZOLT_PYTHON is on
 # Versions come from the project version; the binary packages' dependencies are computed from the
 # binaries by dpkg-shlibdeps, and the -dev package adds those of its headers.
 
 set(zolt_runtime_package "libzolt-client${PROJECT_VERSION_MAJOR}")
 set(zolt_dev_package "libzolt-client-dev")
 set(zolt_tools_package "zolt-tools")
+set(zolt_python_package "python3-zolt")
+set(zolt_components runtime dev tools)
+if(ZOLT_PYTHON)
+    list(APPEND zolt_components python)
+endif()
 
 # The programs and their manual pages.
 set(zolt_programs zolt-switch-sim)
@@ -29,7 +35,7 @@ foreach(program IN LISTS zolt_programs)
 endforeach()
 
 # Every package carries its copyright file and a compressed changelog in /usr/share/doc/<name>.
-foreach(component runtime dev tools)
+foreach(component IN LISTS zolt_components)
     set(PKG "${zolt_${component}_package}")
     set(dir "${PROJECT_BINARY_DIR}/packaging/${PKG}")
     configure_file("${PROJECT_SOURCE_DIR}/packaging/changelog.in" "${dir}/changelog" @ONLY)
@@ -50,7 +56,7 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_OUTPUT_FILE_PREFIX "${PROJECT_BINARY_DIR}/packages")
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL runtime dev tools)
+set(CPACK_COMPONENTS_ALL ${zolt_components})
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 # Each package's description below starts with its own synopsis. CPack would put the project's
 # one-line description in front of it, unless the summary is CPack's own default text.
@@ -104,5 +110,20 @@ zolt reads and changes a managed Ethernet switch from a shell or a script:
 every typed function of libzolt-client, with arguments and output as JSON.
 zolt-switch-sim answers like a managed switch's JSON-RPC interface, for
 trying out and testing management tools without hardware.")
+
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME "${zolt_python_package}")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+# The extension is built for one Python version: the one Debian's python3 runs.
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+    "${zolt_runtime_package} (= ${PROJECT_VERSION}), python3 (>= ${Python3_VERSION_MAJOR}.${Python3_VERSION_MINOR}), python3 (<< ${Python3_VERSION_MAJOR}.${Python3_VERSION_MINOR}.99)")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "${zolt_tools_package}")
+set(CPACK_DEBIAN_PYTHON_DESCRIPTION
+    "typed JSON-RPC client for managed Ethernet switches - Python 3
+zolt is the Python binding of libzolt-client: every typed function of the
+library as a method of zolt.Client, with records, enumerations and MAC
+addresses as Python classes, failures as exceptions, type stubs for mypy, an
+asyncio client (zolt.aio) and a pytest fixture that runs zolt-switch-sim
+(zolt.testing). Calls release the GIL, so threads on separate clients run
+in parallel.")
 
 include(CPack)

@@ -16,10 +16,13 @@ file(GLOB ZOLT_SCHEMA_FILES CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/schema/*/*.
 file(GLOB ZOLT_GENERATOR_FILES CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tools/zoltgen/*.py")
 list(SORT ZOLT_SCHEMA_FILES)
 
+# Run as a module from tools/: run as a script, its own folder would come first on sys.path and
+# its types.py would hide the standard library's (Debian's Python does not freeze it away).
 set(zolt_generator_command
-    "${Python3_EXECUTABLE}" "${PROJECT_SOURCE_DIR}/tools/zoltgen"
+    "${Python3_EXECUTABLE}" -m zoltgen
     "${PROJECT_SOURCE_DIR}/schema" --out "${ZOLT_GENERATED_INCLUDE_DIR}")
 execute_process(COMMAND ${zolt_generator_command}
+    WORKING_DIRECTORY "${PROJECT_SOURCE_DIR}/tools"
     RESULT_VARIABLE zolt_generator_result ERROR_VARIABLE zolt_generator_error)
 if(NOT zolt_generator_result EQUAL 0)
     message(FATAL_ERROR "${zolt_generator_error}")
@@ -33,6 +36,7 @@ add_custom_command(
     OUTPUT "${zolt_stamp}"
     BYPRODUCTS ${ZOLT_GENERATED_OUTPUTS}
     COMMAND ${zolt_generator_command} --stamp "${zolt_stamp}"
+    WORKING_DIRECTORY "${PROJECT_SOURCE_DIR}/tools"
     DEPENDS ${ZOLT_GENERATOR_FILES} ${ZOLT_SCHEMA_FILES}
     COMMENT "Generating from the schema"
     VERBATIM)

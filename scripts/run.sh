@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Sets everything up, builds, and runs the main job: the switch simulator on a free port of
 # 127.0.0.1 in the background, the example tour of the library against it, a few steps of the
-# zolt command line against the same switch, then the simulator's clean stop. Arguments go to the
+# zolt command line and of the Python package against the same switch, then the simulator's
+# clean stop. Arguments go to the
 # simulator (for instance --fault latency:50 or --log).
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -41,6 +42,14 @@ if [ "$status" -eq 0 ]; then
     ./build/cli/zolt edit port.config "Gi 1/4" MTU=9000 FC=on || status=$?
     echo "== zolt call port.config.get \"Gi 1/4\""
     ./build/cli/zolt call port.config.get "Gi 1/4" || status=$?
+fi
+
+# And from Python, through the zolt package of the same build.
+if [ "$status" -eq 0 ] && [ -d build/python/zolt ]; then
+    echo
+    echo "== python/examples/tour.py"
+    PYTHONPATH=build/python /usr/bin/python3 python/examples/tour.py "http://$address/" admin admin ||
+        status=$?
 fi
 kill -TERM "$sim"
 wait "$sim"

@@ -8,6 +8,7 @@ packages=(
     libcurl4-openssl-dev libjsoncpp-dev libcpp-httplib-dev rapidjson-dev
     libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev
     dpkg-dev lintian
+    pybind11-dev python3-dev python3-pytest mypy python3-requests
 )
 
 missing=()

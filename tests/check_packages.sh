@@ -27,7 +27,13 @@ arch=$(dpkg --print-architecture)
 runtime="$scratch/out/libzolt-client${soversion}_${version}_${arch}.deb"
 dev="$scratch/out/libzolt-client-dev_${version}_${arch}.deb"
 tools="$scratch/out/zolt-tools_${version}_${arch}.deb"
-for deb in "$runtime" "$dev" "$tools"; do
+python="$scratch/out/python3-zolt_${version}_${arch}.deb"
+# python3-zolt is made when the build has the binding (ZOLT_PYTHON).
+debs=("$runtime" "$dev" "$tools")
+if grep -q '^ZOLT_PYTHON:BOOL=ON' "$build/CMakeCache.txt"; then
+    debs+=("$python")
+fi
+for deb in "${debs[@]}"; do
     [ -f "$deb" ] || fail "missing $(basename "$deb"); cpack made: $(ls "$scratch/out")"
 done
 
@@ -56,7 +62,7 @@ expect_file() {  # deb path-pattern
 expect_field "$runtime" Package "libzolt-client${soversion}"
 expect_field "$dev" Package libzolt-client-dev
 expect_field "$tools" Package zolt-tools
-for deb in "$runtime" "$dev" "$tools"; do
+for deb in "${debs[@]}"; do
     expect_field "$deb" Version "$version"
     expect_field "$deb" Architecture "$arch"
     [ -n "$(field "$deb" Maintainer)" ] || fail "$(basename "$deb"): no Maintainer"
@@ -83,10 +89,19 @@ expect_file "$dev" '/cmake/zolt-client/zolt-clientConfig\.cmake$'
 expect_file "$dev" '/share/doc/libzolt-client-dev/reference/port\.md$'
 expect_file "$tools" '^\./usr/bin/zolt-switch-sim$'
 expect_file "$tools" '^\./usr/share/man/man1/zolt-switch-sim\.1\.gz$'
+if [ ${#debs[@]} -eq 4 ]; then
+    expect_field "$python" Package python3-zolt
+    expect_field "$python" Section python
+    expect_depends "$python" "libzolt-client${soversion} \\(= ${version}\\)" 'python3'
+    for file in __init__.py _base.py aio.py testing.py py.typed _zolt.pyi aio.pyi; do
+        expect_file "$python" "^\./usr/lib/python3/dist-packages/zolt/${file//./\\.}$"
+    done
+    expect_file "$python" '^\./usr/lib/python3/dist-packages/zolt/_zolt\.cpython-[^/]*\.so$'
+fi
 
 # Unpack all three into one root and build against it.
 root="$scratch/root"
-for deb in "$runtime" "$dev" "$tools"; do dpkg-deb -x "$deb" "$root"; done
+for deb in "${debs[@]}"; do dpkg-deb -x "$deb" "$root"; done
 libdir=$(dirname "$(find "$root" -name 'libzolt-client.so' | head -n 1)")
 export LD_LIBRARY_PATH="$libdir"
 "$here/check_headers.sh" "$root/usr/include/zolt-client" || fail "the headers of $(basename "$dev")"
@@ -105,8 +120,14 @@ if [ -x "$root/usr/bin/zolt" ]; then
     "$root/usr/bin/zolt" --help >/dev/null || fail "zolt --help"
 fi
 
+if [ ${#debs[@]} -eq 4 ]; then
+    PYTHONPATH="$root/usr/lib/python3/dist-packages" /usr/bin/python3 -c \
+        'import zolt, zolt.aio, zolt.testing; assert zolt.Client and zolt.zolt_appl_port_mib_conf_t' ||
+        fail "import zolt from python3-zolt"
+fi
+
 if command -v lintian >/dev/null 2>&1; then
     lintian --allow-root --fail-on error \
-        "$runtime" "$dev" "$tools" || fail "lintian reports errors"
+        "${debs[@]}" || fail "lintian reports errors"
 fi
-echo "check_packages: ok ($(basename "$runtime") $(basename "$dev") $(basename "$tools"))"
+echo "check_packages: ok ($(for deb in "${debs[@]}"; do basename "$deb"; done | tr '\n' ' '))"

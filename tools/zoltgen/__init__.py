@@ -32,6 +32,12 @@ removed or renamed) is deleted, with DIR/outputs.txt as the record of what was w
   docs    docs/<family>.md                 DOCS: the family's reference page
   state   state/tables.cpp                 STATE_SOURCES: the configuration tables
                                            (state/tables.h), in the order they are written
+  emit_python  python/<family>.cpp, python/families.cpp
+                                           PYTHON_SOURCES: the Python binding, a translation
+                                           unit per family (python/binding.h)
+               python/sweep.json           PYTHON_FILES: the sweep's calls for the Python suite
+  emit_stubs   python/zolt/_zolt.pyi, python/zolt/aio.pyi
+                                           PYTHON_FILES: the binding's type stubs
 
 ZOLT_GENERATED_OUTPUTS lists every file of every category.
 
@@ -46,7 +52,7 @@ import sys
 
 from .model import SchemaError, load
 
-EMITTERS = ["cpp", "sim", "invoke", "cli", "sweep", "docs", "state"]
+EMITTERS = ["cpp", "sim", "invoke", "cli", "sweep", "docs", "state", "emit_python", "emit_stubs"]
 
 
 def write_if_changed(path, text):
