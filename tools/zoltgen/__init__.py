@@ -52,7 +52,8 @@ import sys
 
 from .model import SchemaError, load
 
-EMITTERS = ["cpp", "sim", "invoke", "cli", "sweep", "docs", "state", "emit_python", "emit_stubs"]
+EMITTERS = ["cpp", "sim", "invoke", "cli", "sweep", "docs", "state", "emit_python", "emit_stubs",
+            "metrics"]
 
 
 def write_if_changed(path, text):
