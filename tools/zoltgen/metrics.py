@@ -131,6 +131,39 @@ def help_text(table, path, t):
     return f"{table.name} {where} ({word})" if path else f"{table.name} ({word})"
 
 
+# Unit abbreviations that the Prometheus naming rules want spelt out; a one-letter word (a
+# "PairB" suffix) joins the word before it instead.
+UNIT_WORDS = {"sec": "seconds", "ms": "milliseconds", "us": "microseconds",
+              "ns": "nanoseconds", "kb": "kilobytes", "mb": "megabytes", "gb": "gigabytes",
+              "tb": "terabytes", "pb": "petabytes", "min": "minutes"}
+# Suffixes that only histograms and summaries may have.
+SERIES_SUFFIXES = ("count", "sum", "bucket")
+# Words naming a metric type, which a name may not hold.
+TYPE_WORDS = {"counter", "gauge", "histogram", "summary"}
+
+
+def metric_name(stem, path, kind):
+    """`stem`, then the key path in snake_case, by the Prometheus naming rules: no spelt-short
+    units, no word naming a metric type, and a gauge never ends in a suffix of a
+    histogram's or summary's series (`_count` becomes `_count_value`); a counter's
+    `_total` is left to the exposition."""
+    words = []
+    for word in "_".join(snake(k) for k in path).split("_") if path else []:
+        if word in UNIT_WORDS:
+            word = UNIT_WORDS[word]
+        if len(word) == 1 and word.isalpha() and words:
+            words[-1] += word
+            continue
+        words.append(word)
+    words = [w for w in words if w not in TYPE_WORDS]
+    if kind == "counter" and words and words[-1] == "total":
+        words.pop()     # the exposition adds it
+    name = "_".join([stem] + words)
+    if kind != "counter" and name.rsplit("_", 1)[-1] in SERIES_SUFFIXES + ("total",):
+        name += "_value"
+    return name
+
+
 def value_metrics(table, value):
     """The series of a row value: one entry per numeric field, nested records flattened."""
     counter = category(table) == "statistics"
@@ -142,8 +175,7 @@ def value_metrics(table, value):
             for key, ft in t.members:
                 visit(ft, path + [key])
             return
-        name = "_".join([stem] + [snake(k) for k in path])
-        entry = {"name": name, "path": path, "help": help_text(table, path, t)}
+        entry = {"path": path, "help": help_text(table, path, t)}
         if t == BOOL:
             entry["type"] = "gauge"
         elif t.kind == ENUM:
@@ -153,6 +185,7 @@ def value_metrics(table, value):
             entry["type"] = "counter" if counter and t.kind == SCALAR else "gauge"
         else:
             return
+        entry["name"] = metric_name(stem, path, entry["type"])
         out.append(entry)
 
     if value.kind != TUPLE:
