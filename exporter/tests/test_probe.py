@@ -99,29 +99,34 @@ def test_a_module_reads_only_its_tables(switch, exporter_with, metric_map):
             and n != metric_map["up"]} == wanted
 
 
-@pytest.mark.parametrize("fault", ["refused", "html500", "timeout"])
+# How each failure of the target is logged: the binding's exception and the library's text.
+FAILURES = {
+    "refused": "TransferError: Post error",
+    "latency:3000": "TransferError: Post error",          # the probe's time-out
+    "html500": "AnswerError: Failed to parse!",
+}
+
+
+@pytest.mark.parametrize("fault", sorted(FAILURES))
 def test_a_failing_target_answers_up_0(exporter_with, fault):
     e = exporter_with(DEFAULT_CONFIG)
-    headers = {}
     if fault == "refused":
         dead = Switch()
         target = dead.url
         dead.close()
+        status, text = e.probe(target)
     else:
-        sw = Switch("--fault", "latency:3000" if fault == "timeout" else "html500")
+        sw = Switch("--fault", fault)
         target = sw.url
-        headers = {"X-Prometheus-Scrape-Timeout-Seconds": "1.5"}
-    try:
-        status, text = e.probe(target, headers=headers)
-    finally:
-        if fault != "refused":
+        try:
+            status, text = e.probe(target, headers={"X-Prometheus-Scrape-Timeout-Seconds": "1.5"})
+        finally:
             sw.close()
     assert status == 200
     got, _ = samples(text)
     assert got[("zolt_up", ())] == 0.0
     assert not [k for k in got if not k[0].startswith(("zolt_up", "zolt_probe_"))]
-    reason = {"refused": "TransferError", "html500": "StatusError",
-              "timeout": "TransferError"}[fault]
+    reason = FAILURES[fault]
     line = [ln for ln in e.log().splitlines() if "down:" in ln]
     assert len(line) == 1 and f"target={target}" in line[0] and reason in line[0], e.log()
     _, own = e.get("/metrics")
@@ -181,3 +186,4 @@ def test_password_file(switch, exporter_with, tmp_path):
     assert got[("zolt_up", ())] == 1.0
     got, _ = samples(e.probe(switch.url, "wrong")[1])
     assert got[("zolt_up", ())] == 0.0
+    assert "module=wrong down: StatusError: Network error, return code: 401" in e.log()
