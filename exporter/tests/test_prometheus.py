@@ -43,6 +43,8 @@ def busiest_counter(switch, metric_map):
             out = {}
             for t in tables:
                 rows = getattr(client, t["method"])()
+                if not rows:
+                    continue
                 port = min(rows)
                 for m in t["metrics"]:
                     if m["type"] == "counter":
