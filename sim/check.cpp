@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <stdexcept>
 #include <string>
 
 #include "sim/sim_schema.h"
@@ -244,6 +245,19 @@ const Type* member_type(const Type& record, const std::string& key) {
         if (key == record.members[i].key) return record.members[i].type;
     }
     return nullptr;
+}
+
+void require_member(const std::string& table, const std::string& key) {
+    const TableInfo* info = find_table(table);
+    if (info == nullptr) {
+        throw std::logic_error("the simulator names table " + table +
+                               ", which the schema does not have");
+    }
+    for (std::size_t v = 0; v < info->value_count; ++v) {
+        if (member_type(*info->values[v], key) != nullptr) return;
+    }
+    throw std::logic_error("the simulator names member " + key + " of table " + table +
+                           ", which the schema does not have");
 }
 
 }  // namespace zolt_sim

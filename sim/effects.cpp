@@ -6,35 +6,37 @@
 #include <ctime>
 #include <filesystem>
 #include <memory>
-#include <set>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
+#include <vector>
 
+#include "sim/names.h"
 #include "sim/sim_schema.h"
 #include "sim/traffic.h"
+#include "sim/words.h"
 
 namespace zolt_sim {
 namespace {
 
-constexpr const char* kCopy = "icfg.control.copy.set";
-constexpr const char* kControl = "icfg.control.global.set";
-constexpr const char* kReboot = "system-utility.control.reboot.set";
-constexpr const char* kFirmwareControl = "firmware.control.global.set";
-constexpr const char* kUpload = "firmware.control.image-upload.set";
-constexpr const char* kUploadStatusGet = "firmware.status.image-upload.get";
-constexpr const char* kClearHistory = "syslog.control.history.set";
-constexpr const char* kClearCounters = "port.control.statistics.clear.set";
+constexpr const char* kCopy = method::icfg_control_copy_set;
+constexpr const char* kControl = method::icfg_control_global_set;
+constexpr const char* kReboot = method::system_utility_control_reboot_set;
+constexpr const char* kFirmwareControl = method::firmware_control_global_set;
+constexpr const char* kUpload = method::firmware_control_image_upload_set;
+constexpr const char* kUploadStatusGet = method::firmware_status_image_upload_get;
+constexpr const char* kClearHistory = method::syslog_control_history_set;
+constexpr const char* kClearCounters = method::port_control_statistics_clear_set;
 
-constexpr const char* kFiles = "icfg.status.file";
-constexpr const char* kFileStatistics = "icfg.statistics.file";
-constexpr const char* kCopyStatus = "icfg.status.copy";
-constexpr const char* kImages = "firmware.status.image";
-constexpr const char* kSwitches = "firmware.status.switch";
-constexpr const char* kUploadStatus = "firmware.status.image-upload";
-constexpr const char* kHistory = "syslog.status.history";
-constexpr const char* kCopyControl = "icfg.control.copy";
-constexpr const char* kGlobalControl = "icfg.control.global";
+constexpr const char* kFiles = table::icfg_status_file;
+constexpr const char* kFileStatistics = table::icfg_statistics_file;
+constexpr const char* kCopyStatus = table::icfg_status_copy;
+constexpr const char* kImages = table::firmware_status_image;
+constexpr const char* kSwitches = table::firmware_status_switch;
+constexpr const char* kUploadStatus = table::firmware_status_image_upload;
+constexpr const char* kHistory = table::syslog_status_history;
+constexpr const char* kCopyControl = table::icfg_control_copy;
+constexpr const char* kGlobalControl = table::icfg_control_global;
 
 // The file list's name of the startup configuration, as a fresh switch lists it.
 constexpr const char* kStartupFile = "startup-config";
@@ -45,20 +47,24 @@ constexpr const char* kStartupFile = "startup-config";
 const char* const kKeptByReload[] = {kFiles,        kFileStatistics, kImages,       kSwitches,
                                      kUploadStatus, kCopyControl,    kGlobalControl};
 
-// The IP family's tables, which "defaultKeepIp" keeps.
-constexpr const char* kIpPrefix = "ip.";
+// The IP family's tables, which "defaultKeepIp" keeps: those of the family of the IP interfaces.
+bool ip_table(const std::string& name) {
+    const TableInfo* interfaces = find_table(table::ip_config_interface);
+    const TableInfo* info = find_table(name);
+    return info != nullptr && std::string(info->family) == interfaces->family;
+}
 
 // Replaces the tables that `changed` names; counters it does not name run on.
 void replace(Model& model, Json::Value changed, Model::Clock::time_point now) {
     Json::Value document(Json::objectValue);
-    document["tables"] = std::move(changed);
+    document[word::tables] = std::move(changed);
     model.restore(document, now);
 }
 
 Json::Value singleton(const Json::Value& value) {
     Json::Value row(Json::objectValue);
-    row["key"] = Json::Value();
-    row["val"] = value;
+    row[word::key] = Json::Value();
+    row[word::val] = value;
     Json::Value rows(Json::arrayValue);
     rows.append(row);
     return rows;
@@ -82,26 +88,26 @@ void list_file(Json::Value& files, const std::string& name, Json::UInt bytes) {
     Json::Value* entry = nullptr;
     Json::Int next = 1;
     for (Json::Value& row : files) {
-        if (row["key"].isArray() && row["key"][0u].isInt()) {
-            next = std::max(next, row["key"][0u].asInt() + 1);
+        if (row[word::key].isArray() && row[word::key][0u].isInt()) {
+            next = std::max(next, row[word::key][0u].asInt() + 1);
         }
-        if (row["val"]["FileName"] == Json::Value(name)) entry = &row["val"];
+        if (row[word::val][key::FileName] == Json::Value(name)) entry = &row[word::val];
     }
     if (entry == nullptr) {
         Json::Value row(Json::objectValue);
-        row["key"] = Json::Value(Json::arrayValue);
-        row["key"].append(next);
-        row["val"]["FileName"] = name;
-        row["val"]["Attribute"] = "rw";
-        entry = &files.append(row)["val"];
+        row[word::key] = Json::Value(Json::arrayValue);
+        row[word::key].append(next);
+        row[word::val][key::FileName] = name;
+        row[word::val][key::Attribute] = "rw";
+        entry = &files.append(row)[word::val];
     }
-    (*entry)["Bytes"] = bytes;
-    (*entry)["ModifiedTime"] = local_time_text();
+    (*entry)[key::Bytes] = bytes;
+    (*entry)[key::ModifiedTime] = local_time_text();
 }
 
 const Json::Value* file_entry(const Json::Value& files, const std::string& name) {
     for (const Json::Value& row : files) {
-        if (row["val"]["FileName"] == Json::Value(name)) return &row["val"];
+        if (row[word::val][key::FileName] == Json::Value(name)) return &row[word::val];
     }
     return nullptr;
 }
@@ -109,43 +115,38 @@ const Json::Value* file_entry(const Json::Value& files, const std::string& name)
 // The file list and its statistics, which always agree.
 Json::Value file_tables(const Json::Value& files) {
     Json::UInt total = 0;
-    for (const Json::Value& row : files) total += row["val"]["Bytes"].asUInt();
+    for (const Json::Value& row : files) total += row[word::val][key::Bytes].asUInt();
     Json::Value statistics(Json::objectValue);
-    statistics["NumberOfFiles"] = static_cast<Json::UInt>(files.size());
-    statistics["TotalBytes"] = total;
+    statistics[key::NumberOfFiles] = static_cast<Json::UInt>(files.size());
+    statistics[key::TotalBytes] = total;
     Json::Value tables(Json::objectValue);
     tables[kFiles] = files;
     tables[kFileStatistics] = singleton(statistics);
     return tables;
 }
 
-// The method strings these effects act on or call, and the gets of the tables they rewrite:
-// a schema that renames one stops the simulator at start-up instead of leaving an effect
-// silently undone.
-void check_methods() {
-    std::set<std::string> known;
-    for (std::size_t i = 0; i < kMethodCount; ++i) known.insert(kMethods[i].method);
-    const std::string needed[] = {kCopy,
-                                  kControl,
-                                  kReboot,
-                                  kFirmwareControl,
-                                  kUpload,
-                                  kUploadStatusGet,
-                                  kClearHistory,
-                                  kClearCounters,
-                                  std::string(kFiles) + ".get",
-                                  std::string(kFileStatistics) + ".get",
-                                  std::string(kCopyStatus) + ".get",
-                                  std::string(kImages) + ".get",
-                                  std::string(kSwitches) + ".get",
-                                  std::string(kHistory) + ".get",
-                                  std::string(kCopyControl) + ".get",
-                                  std::string(kGlobalControl) + ".get"};
-    for (const std::string& method : needed) {
-        if (known.count(method) == 0) {
-            throw std::logic_error("the simulator's command effects use method " + method +
-                                   ", which the schema does not have");
-        }
+// The members these effects read from a request or write into a table, each of its own table. A
+// renamed method, table or key does not build; a key that stays in the schema but leaves one of
+// these tables stops the simulator here instead of leaving an effect silently undone.
+void check_members() {
+    const std::pair<const char*, std::vector<const char*>> members[] = {
+        {kCopyControl,
+         {key::Copy, key::SourceConfigType, key::DestinationConfigType, key::SourceConfigFile,
+          key::DestinationConfigFile}},
+        {kGlobalControl, {key::DeleteFile, key::ReloadDefault}},
+        {table::system_utility_control_reboot, {key::Type}},
+        {table::firmware_control_global, {key::SwapFirmware, key::reboot}},
+        {table::firmware_control_image_upload, {key::DoUpload, key::Url}},
+        {table::syslog_control_history, {key::Clear}},
+        {kFiles, {key::FileName, key::Bytes, key::ModifiedTime, key::Attribute}},
+        {kFileStatistics, {key::NumberOfFiles, key::TotalBytes}},
+        {kCopyStatus, {key::Status}},
+        {kImages, {key::Type}},
+        {kUploadStatus, {key::Status}},
+        {kHistory, {key::MsgLevel}},
+    };
+    for (const auto& entry : members) {
+        for (const char* member : entry.second) require_member(entry.first, member);
     }
 }
 
@@ -154,14 +155,14 @@ void check_methods() {
 Effects::Effects(Model& model, std::function<std::string()> save_state,
                  std::function<void()> add_login)
     : model_(model), save_state_(std::move(save_state)), add_login_(std::move(add_login)) {
-    check_methods();
+    check_members();
 }
 
 void Effects::after(const std::string& method, const std::string& body, Json::Value& answer) {
     if (method == kUploadStatusGet) {
         std::lock_guard<std::mutex> lock(mutex_);
         if (uploading_ && Clock::now() - upload_started_ < kUploadTime) {
-            answer["result"]["Status"] = "inProgress";
+            answer[word::result][key::Status] = "inProgress";
         } else {
             uploading_ = false;
         }
@@ -176,7 +177,7 @@ void Effects::after(const std::string& method, const std::string& body, Json::Va
     Json::Value request;
     std::string errors;
     if (!reader->parse(body.data(), body.data() + body.size(), &request, &errors)) return;
-    const Json::Value& params = request["params"];
+    const Json::Value& params = request[word::params];
 
     // The call has been answered: a command that fails here is the switch's own trouble.
     std::lock_guard<std::mutex> lock(mutex_);
@@ -186,14 +187,14 @@ void Effects::after(const std::string& method, const std::string& body, Json::Va
         } else if (method == kControl) {
             control(params[0u]);
         } else if (method == kReboot) {
-            const std::string type = text_of(params[1u]["Type"]);
+            const std::string type = text_of(params[1u][key::Type]);
             if (type == "coldReboot" || type == "warmReboot") reboot();
         } else if (method == kFirmwareControl) {
-            if (params[0u]["SwapFirmware"] == true) swap_firmware();
-            if (params[0u]["reboot"] == true) reboot();
+            if (params[0u][key::SwapFirmware] == true) swap_firmware();
+            if (params[0u][key::reboot] == true) reboot();
         } else if (method == kUpload) {
             upload(params[0u]);
-        } else if (params[2u]["Clear"] == true && params[0u].isInt()) {
+        } else if (params[2u][key::Clear] == true && params[0u].isInt()) {
             clear_history(params[0u].asInt(), text_of(params[1u]));
         }
     } catch (const std::exception& e) {
@@ -203,13 +204,14 @@ void Effects::after(const std::string& method, const std::string& body, Json::Va
 }
 
 void Effects::copy(const Json::Value& request) {
-    if (request["Copy"] != true) return;
-    const std::string source = text_of(request["SourceConfigType"]);
-    const std::string destination = text_of(request["DestinationConfigType"]);
+    if (request[key::Copy] != true) return;
+    const std::string source = text_of(request[key::SourceConfigType]);
+    const std::string destination = text_of(request[key::DestinationConfigType]);
     const std::string source_file =
-        source == "startupConfig" ? kStartupFile : text_of(request["SourceConfigFile"]);
-    const std::string destination_file =
-        destination == "startupConfig" ? kStartupFile : text_of(request["DestinationConfigFile"]);
+        source == "startupConfig" ? kStartupFile : text_of(request[key::SourceConfigFile]);
+    const std::string destination_file = destination == "startupConfig"
+                                             ? kStartupFile
+                                             : text_of(request[key::DestinationConfigFile]);
 
     // Written first, so that the file list below can tell the file's size.
     std::string state_file;
@@ -227,7 +229,7 @@ void Effects::copy(const Json::Value& request) {
     Json::Value files = model_.rows(kFiles, now);
     const Json::Value* source_entry = file_entry(files, source_file);
     const bool source_listed = source_entry != nullptr;
-    const Json::UInt source_bytes = source_listed ? (*source_entry)["Bytes"].asUInt() : 0;
+    const Json::UInt source_bytes = source_listed ? (*source_entry)[key::Bytes].asUInt() : 0;
     std::string status = "success";
     if (source == destination && (source != "configFile" || source_file == destination_file)) {
         status = "errSameSrcDst";
@@ -261,21 +263,21 @@ void Effects::copy(const Json::Value& request) {
 
     Json::Value changed = file_tables(files);
     Json::Value outcome(Json::objectValue);
-    outcome["Status"] = status;
+    outcome[key::Status] = status;
     changed[kCopyStatus] = singleton(outcome);
     replace(model_, changed, now);
 }
 
 void Effects::control(const Json::Value& request) {
-    const std::string deleted = text_of(request["DeleteFile"]);
-    const std::string reload = text_of(request["ReloadDefault"]);
+    const std::string deleted = text_of(request[key::DeleteFile]);
+    const std::string reload = text_of(request[key::ReloadDefault]);
     const Model::Clock::time_point now = Model::Clock::now();
 
     if (!deleted.empty()) {
         const Json::Value listed = model_.rows(kFiles, now);
         Json::Value files(Json::arrayValue);
         for (const Json::Value& row : listed) {
-            if (row["val"]["FileName"] != Json::Value(deleted)) files.append(row);
+            if (row[word::val][key::FileName] != Json::Value(deleted)) files.append(row);
         }
         if (files.size() != listed.size()) replace(model_, file_tables(files), now);
     }
@@ -284,9 +286,9 @@ void Effects::control(const Json::Value& request) {
     // A fresh switch of the same size holds every table in its first state. The tables that
     // stay are left out, and the restore keeps them as they are (counters running on).
     const Model fresh(static_cast<int>(model_.port_names().size()), now);
-    Json::Value tables = fresh.snapshot(now)["tables"];
+    Json::Value tables = fresh.snapshot(now)[word::tables];
     for (const std::string& name : tables.getMemberNames()) {
-        bool keep = reload == "defaultKeepIp" && name.rfind(kIpPrefix, 0) == 0;
+        bool keep = reload == "defaultKeepIp" && ip_table(name);
         for (const char* kept : kKeptByReload) keep = keep || name == kept;
         if (keep || Traffic::counts(name)) tables.removeMember(name);
     }
@@ -309,27 +311,27 @@ void Effects::swap_firmware() {
     Json::Value* active = nullptr;
     Json::Value* alternative = nullptr;
     for (Json::Value& row : images) {
-        const Json::Value& type = row["val"]["Type"];
-        if (type == "activeFirmware") active = &row["val"];
-        if (type == "alternativeFirmware") alternative = &row["val"];
+        const Json::Value& type = row[word::val][key::Type];
+        if (type == "activeFirmware") active = &row[word::val];
+        if (type == "alternativeFirmware") alternative = &row[word::val];
     }
     if (active == nullptr || alternative == nullptr) return;
     // The images change places; each row still tells which place it describes.
     std::swap(*active, *alternative);
-    std::swap((*active)["Type"], (*alternative)["Type"]);
+    std::swap((*active)[key::Type], (*alternative)[key::Type]);
     Json::Value changed(Json::objectValue);
     changed[kImages] = images;
     replace(model_, changed, now);
 }
 
 void Effects::upload(const Json::Value& request) {
-    if (request["DoUpload"] != true) return;
-    const std::string url = text_of(request["Url"]);
+    if (request[key::DoUpload] != true) return;
+    const std::string url = text_of(request[key::Url]);
     const std::size_t scheme = url.find("://");
     const bool valid = scheme != std::string::npos && scheme > 0 && scheme + 3 < url.size();
     // The outcome is stored at once; reads answer "inProgress" until the upload's time is up.
     Json::Value outcome(Json::objectValue);
-    outcome["Status"] = valid ? "success" : "errInvalidUrl";
+    outcome[key::Status] = valid ? "success" : "errInvalidUrl";
     const Model::Clock::time_point now = Model::Clock::now();
     Json::Value changed(Json::objectValue);
     changed[kUploadStatus] = singleton(outcome);
@@ -343,8 +345,9 @@ void Effects::clear_history(int unit, const std::string& level) {
     const Json::Value history = model_.rows(kHistory, now);
     Json::Value kept(Json::arrayValue);
     for (const Json::Value& row : history) {
-        const bool this_unit = row["key"].isArray() && row["key"][0u] == unit;
-        const bool this_level = level == "all" || row["val"]["MsgLevel"] == Json::Value(level);
+        const bool this_unit = row[word::key].isArray() && row[word::key][0u] == unit;
+        const bool this_level =
+            level == "all" || row[word::val][key::MsgLevel] == Json::Value(level);
         if (!(this_unit && this_level)) kept.append(row);
     }
     if (kept.size() == history.size()) return;

@@ -42,7 +42,7 @@ public:
 
     // `save_state` writes the state file and returns its path, or an empty text when the
     // simulator has none; `add_login` adds the account the simulator was started with.
-    // Throws std::logic_error when the schema lacks a method these effects use.
+    // Throws std::logic_error when a table these effects use lacks a member they read or write.
     Effects(Model& model, std::function<std::string()> save_state, std::function<void()> add_login);
 
     // After a call answered without error: `method` is its method string, `body` the request

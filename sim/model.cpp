@@ -8,7 +8,9 @@
 #include <stdexcept>
 #include <utility>
 
+#include "sim/names.h"
 #include "sim/seed.h"
+#include "sim/words.h"
 
 namespace zolt_sim {
 
@@ -38,8 +40,8 @@ struct Model::Outcome {
 
 namespace {
 
-constexpr const char* kClearCounters = "port.control.statistics.clear";
-constexpr const char* kStaticFdb = "mac.config.fdb.static";
+constexpr const char* kClearCounters = table::port_control_statistics_clear;
+constexpr const char* kStaticFdb = table::mac_config_fdb_static;
 
 Json::Value parse_text(const char* text) {
     Json::CharReaderBuilder builder;
@@ -79,15 +81,15 @@ Json::Value merge(Json::Value into, const Json::Value& over) {
 
 Json::Value error_object(int code, const std::string& message) {
     Json::Value error(Json::objectValue);
-    error["code"] = code;
-    error["message"] = message;
+    error[word::code] = code;
+    error[word::message] = message;
     return error;
 }
 
 Json::Value row(const Json::Value& key, const Json::Value& value) {
     Json::Value entry(Json::objectValue);
-    entry["key"] = key;
-    entry["val"] = value;
+    entry[word::key] = key;
+    entry[word::val] = value;
     return entry;
 }
 
@@ -120,39 +122,22 @@ Json::Value canonical_key(const std::vector<const Type*>& types, const Json::Val
     return out;
 }
 
-// The tables and members this file and the traffic model name: a schema that renames one of
-// them stops the simulator at start-up instead of leaving the code silently without effect.
-void check_names_in_code() {
-    const std::pair<const char*, std::vector<const char*>> names[] = {
-        {"port.control.statistics.clear", {}},
-        {"mac.config.fdb.static", {"PortList"}},
-        {"mac.status.fdb.static", {"PortList", "Dynamic"}},
-        {"mac.status.fdb.full", {"PortList", "Dynamic"}},
-        {"mac.statistics.fdb", {"TotalDynamic", "TotalStatic"}},
-        {"mac.statistics.interface", {"Dynamic"}},
+// The members this file and the traffic model read or write, each of its own table. A renamed
+// table or key does not build; a key that stays in the schema but leaves one of these tables
+// stops the simulator here.
+void check_members_in_code() {
+    const std::pair<const char*, std::vector<const char*>> members[] = {
+        {kStaticFdb, {key::PortList}},
+        {table::mac_status_fdb_static, {key::PortList, key::Dynamic}},
+        {table::mac_status_fdb_full, {key::PortList, key::Dynamic}},
+        {table::mac_statistics_fdb, {key::TotalDynamic, key::TotalStatic}},
+        {table::mac_statistics_interface, {key::Dynamic}},
     };
-    std::vector<std::pair<std::string, std::vector<std::string>>> all;
-    for (const auto& entry : names) {
-        all.emplace_back(entry.first,
-                         std::vector<std::string>(entry.second.begin(), entry.second.end()));
+    for (const auto& entry : members) {
+        for (const char* member : entry.second) require_member(entry.first, member);
     }
-    for (const auto& entry : Traffic::counted_members()) all.push_back(entry);
-    for (const auto& entry : all) {
-        const TableInfo* table = find_table(entry.first);
-        if (table == nullptr) {
-            throw std::logic_error("the simulator names table " + entry.first +
-                                   ", which the schema does not have");
-        }
-        for (const std::string& member : entry.second) {
-            bool found = false;
-            for (std::size_t v = 0; v < table->value_count; ++v) {
-                found = found || member_type(*table->values[v], member) != nullptr;
-            }
-            if (!found) {
-                throw std::logic_error("the simulator names member " + member + " of table " +
-                                       entry.first + ", which the schema does not have");
-            }
-        }
+    for (const auto& entry : Traffic::counted_members()) {
+        for (const std::string& member : entry.second) require_member(entry.first, member);
     }
 }
 
@@ -167,7 +152,7 @@ Model::Model(int port_count, Clock::time_point now)
 Model::~Model() = default;
 
 void Model::build_catalogue() {
-    check_names_in_code();
+    check_members_in_code();
     std::map<const TableInfo*, Table*> by_info;
     for (std::size_t i = 0; i < kTableCount; ++i) {
         const TableInfo& info = kTables[i];
@@ -264,9 +249,9 @@ Json::Value Model::answer(const std::string& body, CallSummary* summary) {
     if (!parsed) {
         out.error = code::parse_error;
         Json::Value answer(Json::objectValue);
-        answer["id"] = Json::Value();
-        answer["error"] = error_object(code::parse_error, "Parse error: the body is not JSON");
-        answer["result"] = Json::Value();
+        answer[word::id] = Json::Value();
+        answer[word::error] = error_object(code::parse_error, "Parse error: the body is not JSON");
+        answer[word::result] = Json::Value();
         return answer;
     }
     return dispatch(request, out);
@@ -279,33 +264,33 @@ Json::Value Model::call(const std::string& method, const Json::Value& params) {
         return writer;
     }();
     Json::Value request(Json::objectValue);
-    request["id"] = "simulator";
-    request["method"] = method;
-    request["params"] = params;
+    request[word::id] = "simulator";
+    request[word::method] = method;
+    request[word::params] = params;
     return answer(Json::writeString(compact, request));
 }
 
 Json::Value Model::dispatch(const Json::Value& request, CallSummary& summary) {
     Json::Value answer(Json::objectValue);
-    answer["id"] = request.isObject() ? request.get("id", Json::Value()) : Json::Value();
-    answer["error"] = Json::Value();
-    answer["result"] = Json::Value();
+    answer[word::id] = request.isObject() ? request.get(word::id, Json::Value()) : Json::Value();
+    answer[word::error] = Json::Value();
+    answer[word::result] = Json::Value();
     auto refuse = [&](int code, const std::string& message) {
         summary.error = code;
-        answer["error"] = error_object(code, message);
+        answer[word::error] = error_object(code, message);
         return answer;
     };
 
     if (!request.isObject()) {
         return refuse(code::invalid_request, "Invalid request: the body must be a JSON object");
     }
-    const Json::Value& method = request["method"];
+    const Json::Value& method = request[word::method];
     if (!method.isString()) {
         return refuse(code::invalid_request, "Invalid request: \"method\" must be a string");
     }
     const std::string name = method.asString();
     summary.method = name;
-    const Json::Value& params = request["params"];
+    const Json::Value& params = request[word::params];
     if (!params.isArray()) {
         return refuse(code::invalid_request, "Invalid request: \"params\" must be an array");
     }
@@ -336,7 +321,7 @@ Json::Value Model::dispatch(const Json::Value& request, CallSummary& summary) {
             outcome = execute(overload, key, value);
         }
         if (outcome.code != 0) return refuse(outcome.code, outcome.message);
-        answer["result"] = std::move(outcome.result);
+        answer[word::result] = std::move(outcome.result);
         return answer;
     }
     if (!why.empty()) return refuse(code::invalid_params, name + ": " + why);
@@ -463,47 +448,47 @@ void Model::after_write(const Table& table, const Json::Value& key, const Json::
 void Model::derive_fdb_status() {
     auto config = state_.find(kStaticFdb);
     if (config == state_.end()) return;
-    for (const char* name : {"mac.status.fdb.static", "mac.status.fdb.full"}) {
+    for (const char* name : {table::mac_status_fdb_static, table::mac_status_fdb_full}) {
         auto table = tables_.find(name);
         if (table == tables_.end()) continue;
         Rows& rows = state_[name];
         for (auto entry = rows.begin(); entry != rows.end();) {
-            const bool learned = entry->second.get("Dynamic", 0).asInt() != 0;
+            const bool learned = entry->second.get(key::Dynamic, 0).asInt() != 0;
             entry = learned ? std::next(entry) : rows.erase(entry);
         }
         for (const auto& entry : config->second) {
             Json::Value partial(Json::objectValue);
-            partial["PortList"] = entry.second.get("PortList", Json::Value(Json::arrayValue));
+            partial[key::PortList] = entry.second.get(key::PortList, Json::Value(Json::arrayValue));
             rows[entry.first] = make_value(*table->second, merge(table->second->fresh, partial));
         }
     }
 
     std::map<std::string, unsigned> learned_per_port;
     unsigned learned = 0;
-    auto full = state_.find("mac.status.fdb.full");
+    auto full = state_.find(table::mac_status_fdb_full);
     if (full != state_.end()) {
         for (const auto& entry : full->second) {
-            if (entry.second.get("Dynamic", 0).asInt() == 0) continue;
+            if (entry.second.get(key::Dynamic, 0).asInt() == 0) continue;
             ++learned;
-            for (const Json::Value& port : entry.second.get("PortList", Json::Value())) {
+            for (const Json::Value& port : entry.second.get(key::PortList, Json::Value())) {
                 if (port.isString()) ++learned_per_port[port.asString()];
             }
         }
     }
-    auto stats = tables_.find("mac.statistics.fdb");
+    auto stats = tables_.find(table::mac_statistics_fdb);
     if (stats != tables_.end()) {
         Json::Value counts(Json::objectValue);
-        counts["TotalDynamic"] = learned;
-        counts["TotalStatic"] = static_cast<unsigned>(config->second.size());
+        counts[key::TotalDynamic] = learned;
+        counts[key::TotalStatic] = static_cast<unsigned>(config->second.size());
         state_[stats->first][Json::Value()] =
             make_value(*stats->second, merge(stats->second->fresh, counts));
     }
-    auto per_port = tables_.find("mac.statistics.interface");
+    auto per_port = tables_.find(table::mac_statistics_interface);
     if (per_port != tables_.end()) {
         for (auto& entry : state_[per_port->first]) {
             if (!entry.first.isArray() || !entry.first[0u].isString()) continue;
             Json::Value count(Json::objectValue);
-            count["Dynamic"] = learned_per_port[entry.first[0u].asString()];
+            count[key::Dynamic] = learned_per_port[entry.first[0u].asString()];
             entry.second = make_value(*per_port->second, merge(entry.second, count));
         }
     }
@@ -536,8 +521,8 @@ Json::Value Model::rows(const std::string& table, Clock::time_point now) const {
 Json::Value Model::snapshot(Clock::time_point now) const {
     std::lock_guard<std::mutex> lock(mutex_);
     Json::Value document(Json::objectValue);
-    document["ports"] = static_cast<int>(ports_.size());
-    Json::Value& tables = document["tables"] = Json::Value(Json::objectValue);
+    document[word::ports] = static_cast<int>(ports_.size());
+    Json::Value& tables = document[word::tables] = Json::Value(Json::objectValue);
     for (const auto& entry : state_) tables[entry.first] = rows_locked(entry.first, now);
     return document;
 }
@@ -549,8 +534,8 @@ Json::Value Model::load_table(const Table& table, const Json::Value& rows) const
         const Json::Value& stored = rows[i];
         try {
             if (!stored.isObject()) throw std::runtime_error("not an object");
-            out.append(
-                row(canonical_key(table.key, stored["key"]), make_value(table, stored["val"])));
+            out.append(row(canonical_key(table.key, stored[word::key]),
+                           make_value(table, stored[word::val])));
         } catch (const std::exception& e) {
             throw std::runtime_error("table " + table.name + ", row " + std::to_string(i + 1) +
                                      ": " + e.what());
@@ -560,17 +545,17 @@ Json::Value Model::load_table(const Table& table, const Json::Value& rows) const
 }
 
 void Model::restore(const Json::Value& document, Clock::time_point now) {
-    if (!document.isObject() || !document["tables"].isObject()) {
+    if (!document.isObject() || !document[word::tables].isObject()) {
         throw std::runtime_error("not an object with a \"tables\" object");
     }
-    const Json::Value& tables = document["tables"];
+    const Json::Value& tables = document[word::tables];
     std::map<std::string, Rows> loaded;
     for (const std::string& name : tables.getMemberNames()) {
         auto table = tables_.find(name);
         if (table == tables_.end()) throw std::runtime_error("unknown table \"" + name + "\"");
         Rows& rows = loaded[name];
         for (const Json::Value& entry : load_table(*table->second, tables[name])) {
-            rows[entry["key"]] = entry["val"];
+            rows[entry[word::key]] = entry[word::val];
         }
         if (table->second->singleton() && rows.empty()) rows[Json::Value()] = table->second->fresh;
     }

@@ -36,7 +36,7 @@ struct SeedRow {
 // the array of the given interface names.
 using Members = std::initializer_list<std::pair<const char*, Json::Value>>;
 Json::Value object(Members members);
-Json::Value key(std::initializer_list<Json::Value> members);
+Json::Value row_key(std::initializer_list<Json::Value> members);
 Json::Value names(const std::vector<std::string>& ports);
 
 // Each subsystem's overlay lives in sim/seed_<subsystem>.cpp and appends its rows.

@@ -1,3 +1,4 @@
+#include "sim/names.h"
 #include "sim/seed.h"
 
 namespace zolt_sim {
@@ -14,110 +15,118 @@ constexpr const char* kGateway = "192.168.1.254";
 constexpr int kPrefix = 24;
 
 void add_ip_layer(std::vector<SeedRow>& rows) {
-    const Json::Value vlan1 = key({kVlanInterface});
-    const Json::Value default_route =
-        object({{"networkAddress", "0.0.0.0"}, {"networkPrefixSize", 0}, {"nextHop", kGateway}});
-    const Json::Value connected_route =
-        object({{"networkAddress", kNetwork}, {"networkPrefixSize", kPrefix}, {"nextHop", ""}});
+    const Json::Value vlan1 = row_key({kVlanInterface});
+    const Json::Value default_route = object(
+        {{key::networkAddress, "0.0.0.0"}, {key::networkPrefixSize, 0}, {key::nextHop, kGateway}});
+    const Json::Value connected_route = object(
+        {{key::networkAddress, kNetwork}, {key::networkPrefixSize, kPrefix}, {key::nextHop, ""}});
 
-    rows.push_back({"ip.capabilities", Json::Value(),
-                    object({{"hasIpv4HostCapabilities", true},
-                            {"hasIpv6HostCapabilities", true},
-                            {"hasIpv4UnicastRoutingCapabilities", true},
-                            {"hasIpv4UnicastHwRoutingCapabilities", true},
-                            {"hasIpv6UnicastRoutingCapabilities", true},
-                            {"hasIpv6UnicastHwRoutingCapabilities", true},
-                            {"maxNumberOfIpInterfaces", 8},
-                            {"maxNumberOfStaticRoutes", 32},
-                            {"numberOfLpmHardwareEntries", 512}})});
-    rows.push_back({"ip.config.interface", vlan1, Json::Value()});
-    rows.push_back({"ip.config.interface.ipv4", vlan1,
-                    object({{"active", true},
-                            {"ipv4Address", kAddress},
-                            {"prefixSize", kPrefix},
-                            {"dhcpClientFallbackTimeout", 60}})});
-    rows.push_back({"ip.config.interface.ipv6", vlan1, Json::Value()});
-    rows.push_back({"ip.config.route.ipv4", key({default_route}), Json::Value()});
-    rows.push_back({"ip.control.interface.dhcp-client", vlan1, Json::Value(false)});
+    rows.push_back({table::ip_capabilities, Json::Value(),
+                    object({{key::hasIpv4HostCapabilities, true},
+                            {key::hasIpv6HostCapabilities, true},
+                            {key::hasIpv4UnicastRoutingCapabilities, true},
+                            {key::hasIpv4UnicastHwRoutingCapabilities, true},
+                            {key::hasIpv6UnicastRoutingCapabilities, true},
+                            {key::hasIpv6UnicastHwRoutingCapabilities, true},
+                            {key::maxNumberOfIpInterfaces, 8},
+                            {key::maxNumberOfStaticRoutes, 32},
+                            {key::numberOfLpmHardwareEntries, 512}})});
+    rows.push_back({table::ip_config_interface, vlan1, Json::Value()});
+    rows.push_back({table::ip_config_interface_ipv4, vlan1,
+                    object({{key::active, true},
+                            {key::ipv4Address, kAddress},
+                            {key::prefixSize, kPrefix},
+                            {key::dhcpClientFallbackTimeout, 60}})});
+    rows.push_back({table::ip_config_interface_ipv6, vlan1, Json::Value()});
+    rows.push_back({table::ip_config_route_ipv4, row_key({default_route}), Json::Value()});
+    rows.push_back({table::ip_control_interface_dhcp_client, vlan1, Json::Value(false)});
 
-    rows.push_back({"ip.status.interface.link", vlan1,
-                    object({{"osInterfaceIndex", 2},
-                            {"mtu", 1500},
-                            {"macAddress", "00:1F:A2:0B:3C:D4"},
-                            {"up", true},
-                            {"broadcast", true},
-                            {"running", true},
-                            {"multicast", true}})});
-    rows.push_back({"ip.status.interface.ipv4", key({kVlanInterface, kAddress}),
-                    object({{"broadcast", kBroadcast}})});
-    rows.push_back({"ip.status.interface.dhcp-client", vlan1, object({{"state", "stopped"}})});
-    rows.push_back({"ip.status.route.ipv4", key({default_route}),
-                    object({{"derivedNextHopInterface", kVlanInterface},
-                            {"flagUp", true},
-                            {"flagGateway", true},
-                            {"ownerConf", true}})});
-    rows.push_back({"ip.status.route.ipv4", key({connected_route}),
-                    object({{"derivedNextHopInterface", kVlanInterface},
-                            {"flagUp", true},
-                            {"ownerDynamic", true}})});
-    rows.push_back({"ip.status.neighbour.ipv4", key({kGateway}),
-                    object({{"macAddress", "02:00:5E:00:00:FE"}, {"interface", kVlanInterface}})});
-    rows.push_back({"ip.statistics.interface.link", vlan1, Json::Value()});
-    rows.push_back({"ip.statistics.interface.ipv4", vlan1, object({{"RefreshRate", 1}})});
-    rows.push_back({"ip.statistics.global.ipv4", Json::Value(), object({{"RefreshRate", 1}})});
-    rows.push_back({"ip.statistics.global.ipv6", Json::Value(), object({{"RefreshRate", 1}})});
-
+    rows.push_back({table::ip_status_interface_link, vlan1,
+                    object({{key::osInterfaceIndex, 2},
+                            {key::mtu, 1500},
+                            {key::macAddress, "00:1F:A2:0B:3C:D4"},
+                            {key::up, true},
+                            {key::broadcast, true},
+                            {key::running, true},
+                            {key::multicast, true}})});
+    rows.push_back({table::ip_status_interface_ipv4, row_key({kVlanInterface, kAddress}),
+                    object({{key::broadcast, kBroadcast}})});
     rows.push_back(
-        {"dhcpv6-client.capabilities", Json::Value(), object({{"MaxNumberOfInterfaces", 8}})});
+        {table::ip_status_interface_dhcp_client, vlan1, object({{key::state, "stopped"}})});
+    rows.push_back({table::ip_status_route_ipv4, row_key({default_route}),
+                    object({{key::derivedNextHopInterface, kVlanInterface},
+                            {key::flagUp, true},
+                            {key::flagGateway, true},
+                            {key::ownerConf, true}})});
+    rows.push_back({table::ip_status_route_ipv4, row_key({connected_route}),
+                    object({{key::derivedNextHopInterface, kVlanInterface},
+                            {key::flagUp, true},
+                            {key::ownerDynamic, true}})});
+    rows.push_back(
+        {table::ip_status_neighbour_ipv4, row_key({kGateway}),
+         object({{key::macAddress, "02:00:5E:00:00:FE"}, {key::interface, kVlanInterface}})});
+    rows.push_back({table::ip_statistics_interface_link, vlan1, Json::Value()});
+    rows.push_back({table::ip_statistics_interface_ipv4, vlan1, object({{key::RefreshRate, 1}})});
+    rows.push_back(
+        {table::ip_statistics_global_ipv4, Json::Value(), object({{key::RefreshRate, 1}})});
+    rows.push_back(
+        {table::ip_statistics_global_ipv6, Json::Value(), object({{key::RefreshRate, 1}})});
+
+    rows.push_back({table::dhcpv6_client_capabilities, Json::Value(),
+                    object({{key::MaxNumberOfInterfaces, 8}})});
 }
 
 void add_dhcp(std::vector<SeedRow>& rows) {
-    rows.push_back({"dhcp-server.config.global", Json::Value(), object({{"Mode", true}})});
-    rows.push_back({"dhcp-server.config.vlan", key({kVlanInterface}), object({{"Mode", true}})});
-    rows.push_back({"dhcp-server.config.pool", key({"LAN"}),
-                    object({{"PoolType", "network"},
-                            {"Ipv4Address", kNetwork},
-                            {"SubnetMask", kNetmask},
-                            {"SubnetBroadcast", kBroadcast},
-                            {"LeaseDay", 1},
-                            {"DefaultRouter1", kGateway},
-                            {"DnsServer1", kGateway},
-                            {"NtpServer1", kGateway},
-                            {"NetbiosNodeType", "nodeNone"}})});
+    rows.push_back({table::dhcp_server_config_global, Json::Value(), object({{key::Mode, true}})});
+    rows.push_back(
+        {table::dhcp_server_config_vlan, row_key({kVlanInterface}), object({{key::Mode, true}})});
+    rows.push_back({table::dhcp_server_config_pool, row_key({"LAN"}),
+                    object({{key::PoolType, "network"},
+                            {key::Ipv4Address, kNetwork},
+                            {key::SubnetMask, kNetmask},
+                            {key::SubnetBroadcast, kBroadcast},
+                            {key::LeaseDay, 1},
+                            {key::DefaultRouter1, kGateway},
+                            {key::DnsServer1, kGateway},
+                            {key::NtpServer1, kGateway},
+                            {key::NetbiosNodeType, "nodeNone"}})});
     // The switch's own address and the gateway's neighbourhood are never handed out.
-    rows.push_back(
-        {"dhcp-server.config.excluded", key({"192.168.1.1", "192.168.1.10"}), Json::Value()});
-    rows.push_back(
-        {"dhcp-server.config.excluded", key({"192.168.1.250", "192.168.1.254"}), Json::Value()});
+    rows.push_back({table::dhcp_server_config_excluded, row_key({"192.168.1.1", "192.168.1.10"}),
+                    Json::Value()});
+    rows.push_back({table::dhcp_server_config_excluded, row_key({"192.168.1.250", "192.168.1.254"}),
+                    Json::Value()});
 
-    rows.push_back({"dhcp-relay.config.global", Json::Value(),
-                    object({{"Mode", false}, {"InformationPolicy", "keep"}})});
-    rows.push_back({"dhcp-snooping.config.global", Json::Value(), object({{"Mode", false}})});
+    rows.push_back({table::dhcp_relay_config_global, Json::Value(),
+                    object({{key::Mode, false}, {key::InformationPolicy, "keep"}})});
+    rows.push_back(
+        {table::dhcp_snooping_config_global, Json::Value(), object({{key::Mode, false}})});
 }
 
 void add_host_services(std::vector<SeedRow>& rows) {
-    rows.push_back({"dns.config.global.proxy", Json::Value(), object({{"AdminState", false}})});
-    rows.push_back({"dns.config.global.domain-name", Json::Value(),
-                    object({{"Setting", "static"}, {"StaticName", "example.net"}})});
-    rows.push_back({"dns.status.global.default-domain-name", Json::Value(),
-                    object({{"Suffix", "example.net"}})});
+    rows.push_back(
+        {table::dns_config_global_proxy, Json::Value(), object({{key::AdminState, false}})});
+    rows.push_back({table::dns_config_global_domain_name, Json::Value(),
+                    object({{key::Setting, "static"}, {key::StaticName, "example.net"}})});
+    rows.push_back({table::dns_status_global_default_domain_name, Json::Value(),
+                    object({{key::Suffix, "example.net"}})});
     // Four name server slots; the first holds the gateway.
     for (unsigned int slot = 0; slot < 4; ++slot) {
         const bool used = slot == 0;
-        rows.push_back({"dns.config.server", key({slot}),
-                        used ? object({{"Setting", "static"}, {"StaticIpAddress", kGateway}})
-                             : object({{"Setting", "none"}})});
-        rows.push_back({"dns.status.server", key({slot}),
-                        used ? object({{"ConfiguredType", "static"}, {"IpAddress", kGateway}})
-                             : object({{"ConfiguredType", "none"}})});
+        rows.push_back({table::dns_config_server, row_key({slot}),
+                        used ? object({{key::Setting, "static"}, {key::StaticIpAddress, kGateway}})
+                             : object({{key::Setting, "none"}})});
+        rows.push_back({table::dns_status_server, row_key({slot}),
+                        used ? object({{key::ConfiguredType, "static"}, {key::IpAddress, kGateway}})
+                             : object({{key::ConfiguredType, "none"}})});
     }
     // NTP on, with the gateway in the first of five server slots.
-    rows.push_back({"ntp.config.global", Json::Value(), Json::Value(true)});
+    rows.push_back({table::ntp_config_global, Json::Value(), Json::Value(true)});
     for (int slot = 1; slot <= 5; ++slot) {
-        rows.push_back({"ntp.config.servers", key({slot}), Json::Value(slot == 1 ? kGateway : "")});
+        rows.push_back(
+            {table::ntp_config_servers, row_key({slot}), Json::Value(slot == 1 ? kGateway : "")});
     }
-    rows.push_back({"daylight-saving.config.global", Json::Value(),
-                    object({{"TimeZoneAcronym", "UTC"}, {"SummerTimeMode", "disable"}})});
+    rows.push_back({table::daylight_saving_config_global, Json::Value(),
+                    object({{key::TimeZoneAcronym, "UTC"}, {key::SummerTimeMode, "disable"}})});
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+#include "sim/names.h"
 #include "sim/seed.h"
 
 namespace zolt_sim {
@@ -9,14 +10,14 @@ namespace zolt_sim {
 // so the VLAN, group and source tables start empty.
 void add_multicast_rows(std::vector<SeedRow>& rows, const std::vector<std::string>& ports) {
     (void)ports;
-    rows.push_back({"ipmc-snooping.config.igmp.global", Json::Value(),
-                    object({{"UnregisteredFlooding", true},
-                            {"SsmRangeAddress", "232.0.0.0"},
-                            {"SsmRangeMask", 8}})});
-    rows.push_back({"ipmc-snooping.config.mld.global", Json::Value(),
-                    object({{"UnregisteredFlooding", true},
-                            {"SsmRangeAddress", "ff3e::"},
-                            {"SsmRangeMask", 96}})});
+    rows.push_back({table::ipmc_snooping_config_igmp_global, Json::Value(),
+                    object({{key::UnregisteredFlooding, true},
+                            {key::SsmRangeAddress, "232.0.0.0"},
+                            {key::SsmRangeMask, 8}})});
+    rows.push_back({table::ipmc_snooping_config_mld_global, Json::Value(),
+                    object({{key::UnregisteredFlooding, true},
+                            {key::SsmRangeAddress, "ff3e::"},
+                            {key::SsmRangeMask, 96}})});
 }
 
 }  // namespace zolt_sim

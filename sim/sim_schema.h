@@ -95,4 +95,10 @@ const TableInfo* find_table(const std::string& name);
 // The type of a record's member, or null when the record has no such member.
 const Type* member_type(const Type& record, const std::string& key);
 
+// Throws std::logic_error unless one of the value types of `table` has the member `key`. The
+// generated key constants tie a name to some record of the schema, not to a particular table's:
+// code that reads or writes the members of one table states them here, and a member that moves
+// to another record stops the simulator at start-up instead of leaving that code without effect.
+void require_member(const std::string& table, const std::string& key);
+
 }  // namespace zolt_sim

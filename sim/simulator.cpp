@@ -27,6 +27,8 @@
 #include <vector>
 
 #include "sim/effects.h"
+#include "sim/names.h"
+#include "sim/words.h"
 
 namespace zolt_sim {
 namespace {
@@ -126,6 +128,14 @@ std::string peer_of(int sock) {
         port = ntohs(v6->sin6_port);
     }
     return std::string(host) + ":" + std::to_string(port);
+}
+
+// The members of the users table that the login writes and reads, each checked against that
+// table's record at start-up (the key constants alone tie them to some record of the schema).
+void check_account_members() {
+    for (const char* member : {key::Privilege, key::Encrypted, key::Password}) {
+        require_member(table::users_config_global, member);
+    }
 }
 
 // The server of the drop fault. cpp-httplib hands every accepted connection to this virtual
@@ -279,6 +289,7 @@ struct Simulator::Impl {
               },
               [this] { add_starting_account(); }) {
         writer["indentation"] = "";
+        check_account_members();
         add_starting_account();
     }
 
@@ -297,13 +308,13 @@ struct Simulator::Impl {
     // A state file that holds a users table replaces it when it is loaded.
     void add_starting_account() {
         Json::Value account(Json::objectValue);
-        account["Privilege"] = 15;
-        account["Encrypted"] = false;
-        account["Password"] = options.password;
+        account[key::Privilege] = 15;
+        account[key::Encrypted] = false;
+        account[key::Password] = options.password;
         Json::Value params(Json::arrayValue);
         params.append(options.user);
         params.append(account);
-        model.call("users.config.global.add", params);
+        model.call(method::users_config_global_add, params);
     }
 
     // The Basic credentials name a user of the users table whose password is the one given, so
@@ -317,10 +328,10 @@ struct Simulator::Impl {
         }
         Json::Value params(Json::arrayValue);
         params.append(user);
-        const Json::Value answer = model.call("users.config.global.get", params);
-        const Json::Value& account = answer["result"];
-        return answer["error"].isNull() && account.isObject() && account["Encrypted"] == false &&
-               account["Password"] == Json::Value(password);
+        const Json::Value answer = model.call(method::users_config_global_get, params);
+        const Json::Value& account = answer[word::result];
+        return answer[word::error].isNull() && account.isObject() &&
+               account[key::Encrypted] == false && account[key::Password] == Json::Value(password);
     }
 
     void serve(const httplib::Request& request, httplib::Response& response) {

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "sim/names.h"
+
 namespace zolt_sim {
 namespace {
 
@@ -31,59 +33,59 @@ constexpr double kMeanFrame = 460.0;
 constexpr std::chrono::hours kUptime{1};
 
 constexpr Share kRmon[] = {
-    {"RxOctets", Direction::rx, Unit::octets, 1.0},
-    {"RxPkts", Direction::rx, Unit::packets, 1.0},
-    {"RxBroadcastPkts", Direction::rx, Unit::packets, 0.02},
-    {"RxMulticastPkts", Direction::rx, Unit::packets, 0.05},
-    {"Rx64Pkts", Direction::rx, Unit::packets, 0.35},
-    {"Rx65to127Pkts", Direction::rx, Unit::packets, 0.15},
-    {"Rx128to255Pkts", Direction::rx, Unit::packets, 0.10},
-    {"Rx256to511Pkts", Direction::rx, Unit::packets, 0.08},
-    {"Rx512to1023Pkts", Direction::rx, Unit::packets, 0.07},
-    {"Rx1024to1518Pkts", Direction::rx, Unit::packets, 0.25},
-    {"TxOctets", Direction::tx, Unit::octets, 1.0},
-    {"TxPkts", Direction::tx, Unit::packets, 1.0},
-    {"TxBroadcastPkts", Direction::tx, Unit::packets, 0.02},
-    {"TxMulticastPkts", Direction::tx, Unit::packets, 0.05},
-    {"Tx64Pkts", Direction::tx, Unit::packets, 0.35},
-    {"Tx65to127Pkts", Direction::tx, Unit::packets, 0.15},
-    {"Tx128to255Pkts", Direction::tx, Unit::packets, 0.10},
-    {"Tx256to511Pkts", Direction::tx, Unit::packets, 0.08},
-    {"Tx512to1023Pkts", Direction::tx, Unit::packets, 0.07},
-    {"Tx1024to1518Pkts", Direction::tx, Unit::packets, 0.25},
+    {key::RxOctets, Direction::rx, Unit::octets, 1.0},
+    {key::RxPkts, Direction::rx, Unit::packets, 1.0},
+    {key::RxBroadcastPkts, Direction::rx, Unit::packets, 0.02},
+    {key::RxMulticastPkts, Direction::rx, Unit::packets, 0.05},
+    {key::Rx64Pkts, Direction::rx, Unit::packets, 0.35},
+    {key::Rx65to127Pkts, Direction::rx, Unit::packets, 0.15},
+    {key::Rx128to255Pkts, Direction::rx, Unit::packets, 0.10},
+    {key::Rx256to511Pkts, Direction::rx, Unit::packets, 0.08},
+    {key::Rx512to1023Pkts, Direction::rx, Unit::packets, 0.07},
+    {key::Rx1024to1518Pkts, Direction::rx, Unit::packets, 0.25},
+    {key::TxOctets, Direction::tx, Unit::octets, 1.0},
+    {key::TxPkts, Direction::tx, Unit::packets, 1.0},
+    {key::TxBroadcastPkts, Direction::tx, Unit::packets, 0.02},
+    {key::TxMulticastPkts, Direction::tx, Unit::packets, 0.05},
+    {key::Tx64Pkts, Direction::tx, Unit::packets, 0.35},
+    {key::Tx65to127Pkts, Direction::tx, Unit::packets, 0.15},
+    {key::Tx128to255Pkts, Direction::tx, Unit::packets, 0.10},
+    {key::Tx256to511Pkts, Direction::tx, Unit::packets, 0.08},
+    {key::Tx512to1023Pkts, Direction::tx, Unit::packets, 0.07},
+    {key::Tx1024to1518Pkts, Direction::tx, Unit::packets, 0.25},
 };
 
 constexpr Share kIfGroup[] = {
-    {"RxOctets", Direction::rx, Unit::octets, 1.0},
-    {"RxUnicastPkts", Direction::rx, Unit::packets, 0.93},
-    {"RxMulticastPkts", Direction::rx, Unit::packets, 0.05},
-    {"RxBroadcastPkts", Direction::rx, Unit::packets, 0.02},
-    {"RxNonUnicastPkts", Direction::rx, Unit::packets, 0.07},
-    {"TxOctets", Direction::tx, Unit::octets, 1.0},
-    {"TxUnicastPkts", Direction::tx, Unit::packets, 0.93},
-    {"TxMulticastPkts", Direction::tx, Unit::packets, 0.05},
-    {"TxBroadcastPkts", Direction::tx, Unit::packets, 0.02},
-    {"TxNonUnicastPkts", Direction::tx, Unit::packets, 0.07},
+    {key::RxOctets, Direction::rx, Unit::octets, 1.0},
+    {key::RxUnicastPkts, Direction::rx, Unit::packets, 0.93},
+    {key::RxMulticastPkts, Direction::rx, Unit::packets, 0.05},
+    {key::RxBroadcastPkts, Direction::rx, Unit::packets, 0.02},
+    {key::RxNonUnicastPkts, Direction::rx, Unit::packets, 0.07},
+    {key::TxOctets, Direction::tx, Unit::octets, 1.0},
+    {key::TxUnicastPkts, Direction::tx, Unit::packets, 0.93},
+    {key::TxMulticastPkts, Direction::tx, Unit::packets, 0.05},
+    {key::TxBroadcastPkts, Direction::tx, Unit::packets, 0.02},
+    {key::TxNonUnicastPkts, Direction::tx, Unit::packets, 0.07},
 };
 
 // Frames dropped by the bridge for want of a forwarding decision: one in a thousand.
 constexpr Share kBridge[] = {
-    {"RxBridgeDiscard", Direction::rx, Unit::packets, 0.001},
+    {key::RxBridgeDiscard, Direction::rx, Unit::packets, 0.001},
 };
 
 // Per queue; the queue's own share is applied on top (see queue_share).
 constexpr Share kQueues[] = {
-    {"RxPrio", Direction::rx, Unit::packets, 1.0},
-    {"TxPrio", Direction::tx, Unit::packets, 1.0},
+    {key::RxPrio, Direction::rx, Unit::packets, 1.0},
+    {key::TxPrio, Direction::tx, Unit::packets, 1.0},
 };
 
 // Flow control is off on every port, so the ethernet-like pause counters stay as stored.
 constexpr CounterTable kTables[] = {
-    {"port.statistics.rmon", kRmon, sizeof kRmon / sizeof kRmon[0]},
-    {"port.statistics.if-group", kIfGroup, sizeof kIfGroup / sizeof kIfGroup[0]},
-    {"port.statistics.bridge", kBridge, sizeof kBridge / sizeof kBridge[0]},
-    {"port.statistics.queues", kQueues, sizeof kQueues / sizeof kQueues[0]},
-    {"port.statistics.ethernet-like", nullptr, 0},
+    {table::port_statistics_rmon, kRmon, sizeof kRmon / sizeof kRmon[0]},
+    {table::port_statistics_if_group, kIfGroup, sizeof kIfGroup / sizeof kIfGroup[0]},
+    {table::port_statistics_bridge, kBridge, sizeof kBridge / sizeof kBridge[0]},
+    {table::port_statistics_queues, kQueues, sizeof kQueues / sizeof kQueues[0]},
+    {table::port_statistics_ethernet_like, nullptr, 0},
 };
 
 const CounterTable* find_table(const std::string& table) {
@@ -149,7 +151,7 @@ Json::Value Traffic::read(const std::string& table, const Json::Value& key, cons
 
     const double seconds = std::chrono::duration<double>(now - port->second.since).count();
     const double extra_share =
-        std::strcmp(counters->table, "port.statistics.queues") == 0 ? queue_share(key) : 1.0;
+        std::strcmp(counters->table, table::port_statistics_queues) == 0 ? queue_share(key) : 1.0;
     Json::Value value = base;
     for (std::size_t i = 0; i < counters->count; ++i) {
         const Share& share = counters->shares[i];

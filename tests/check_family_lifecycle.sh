@@ -56,9 +56,14 @@ build() {
 
 fail() { echo "family lifecycle: $*" >&2; exit 1; }
 
+# The dynamic symbols as text: grep -q on a pipe would stop nm early, and pipefail would take
+# that for a failure.
+symbols() { nm -D --defined-only "$scratch/build/libzolt-client.so" >"$scratch/symbols.txt"; }
+
 build
 gen="$scratch/build/gen"
-nm -D --defined-only "$scratch/build/libzolt-client.so" | grep -q zolt_synthetic_config_port_set ||
+symbols
+grep -q zolt_synthetic_config_port_set "$scratch/symbols.txt" ||
     fail "the library does not export the new family"
 [ -f "$gen/docs/synthetic.md" ] || fail "no reference page"
 grep -q '"synthetic.config.member.add"' "$gen/tests/sweep.cpp" || fail "the sweep misses it"
@@ -73,9 +78,10 @@ for _ in $(seq 100); do
     sleep 0.1
 done
 [ -n "$address" ] || fail "the simulator did not start"
-ZOLT_URL="http://$address/" ZOLT_USER=admin ZOLT_PASSWORD=admin \
-    "$scratch/build/cli/zolt" call synthetic.config.port.get "Gi 1/1" | grep -q '"Mode" : "off"' ||
+row=$(ZOLT_URL="http://$address/" ZOLT_USER=admin ZOLT_PASSWORD=admin \
+    "$scratch/build/cli/zolt" call synthetic.config.port.get "Gi 1/1") ||
     fail "the simulator does not serve the new family"
+grep -q '"Mode" : "off"' <<<"$row" || fail "the simulator's row is not the fresh one: $row"
 kill $sim
 "$scratch/build/tests/zolt_tests" --gtest_filter='Sweep.*:Cli.EveryTypedFunctionIsReachableThroughCall' >"$scratch/sweep.log" 2>&1 ||
     { tail -30 "$scratch/sweep.log"; fail "the sweep fails with the new family"; }
@@ -85,7 +91,8 @@ rm "$family"
 build
 left=$(grep -rl synthetic "$gen" || true)
 [ -z "$left" ] || fail "outputs of the removed family remain: $left"
-if nm -D --defined-only "$scratch/build/libzolt-client.so" | grep -q synthetic; then
+symbols
+if grep -q synthetic "$scratch/symbols.txt"; then
     fail "the library still exports the removed family"
 fi
 rm -rf "$scratch"

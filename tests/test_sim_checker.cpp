@@ -1,6 +1,7 @@
 // The simulator's own value checker, on its own: it shares no code with the library's codecs, so
 // these tests state the switch's rules directly, with type descriptors written here. Also the
-// strict check of the hand-written seed rows at start-up.
+// strict check of the hand-written seed rows at start-up, and of the members the simulator's code
+// names.
 
 #include <gtest/gtest.h>
 #include <json/json.h>
@@ -12,6 +13,7 @@
 #include <vector>
 
 #include "sim/model.h"
+#include "sim/names.h"
 #include "sim/sim_schema.h"
 #include "support/expect.h"
 #include "support/time_zone.h"
@@ -208,6 +210,19 @@ TEST(SimSeed, EveryRowMustFitTheSchema) {
               "string");
     EXPECT_EQ(seed_failure(SeedRow{"port.config", Json::Value(), mtu}),
               "seed row of port.config does not fit: the key must be an array of 1 members");
+}
+
+// A key constant is a key of some record; the code that reads it from one table has it checked
+// against that table's own record.
+TEST(SimNames, AMemberMustBelongToTheTableItIsReadFrom) {
+    namespace table = zolt_sim::table;
+    namespace key = zolt_sim::key;
+    EXPECT_NO_THROW(zolt_sim::require_member(table::mac_status_fdb_full, key::PortList));
+    EXPECT_NO_THROW(zolt_sim::require_member(table::port_statistics_rmon, key::RxOctets));
+    EXPECT_THROW_EXACT(zolt_sim::require_member(table::port_config, key::PortList),
+                       std::logic_error,
+                       "the simulator names member PortList of table port.config, which the "
+                       "schema does not have");
 }
 
 }  // namespace

@@ -125,9 +125,10 @@ WORDS = [
          2**16 - 1, [], lambda seed: [1, 10 + seed]),
     Word(U32S, "list of u32", None, "", "array of numbers 0..4294967295", "integer_list", 0,
          2**32 - 1, [], lambda seed: [1, 10 + seed]),
-    # Written as the number of seconds, read as local-time text: the switch sends the text.
+    # Written as the number of seconds, read as local-time text: the switch sends the text, and a
+    # fresh switch holds the text of second 0.
     Word(TIMESTAMP, "timestamp", None, "", 'written as a number, read as "YYYY-MM-DD HH:MM:SS"',
-         "timestamp", -2**31, 2**31 - 1, 0, lambda seed: 1700000000 + seed),
+         "timestamp", -2**31, 2**31 - 1, "1970-01-01 00:00:00", lambda seed: 1700000000 + seed),
 ]
 WORD_OF = {w.type: w for w in WORDS}
 # Record field words and argument/output words (the scalars alone: vector<...> is read by its
