@@ -11,7 +11,10 @@ import textwrap
 import unittest
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
-GENERATOR = os.path.join(ROOT, "tools", "zoltgen")
+# Run as a module from tools/: run as a script, the package's own folder would come first on
+# sys.path and its types.py would hide the standard library's.
+TOOLS = os.path.join(ROOT, "tools")
+GENERATOR = [sys.executable, "-m", "zoltgen"]
 
 GOOD = """\
 family demo
@@ -43,8 +46,8 @@ def run(files, *args):
             with open(full, "w") as f:
                 f.write(textwrap.dedent(text))
         out = os.path.join(tmp, "gen")
-        proc = subprocess.run([sys.executable, GENERATOR, os.path.join(tmp, "schema"),
-                               "--out", out, *args], capture_output=True, text=True)
+        proc = subprocess.run([*GENERATOR, os.path.join(tmp, "schema"),
+                               "--out", out, *args], capture_output=True, text=True, cwd=TOOLS)
         produced = {}
         for d, _, names in os.walk(out):
             for n in names:
@@ -347,8 +350,8 @@ class Compiles(unittest.TestCase):
             shutil.copytree(os.path.join(ROOT, "schema", "shared"),
                             os.path.join(tmp, "schema", "shared"))
             out = os.path.join(tmp, "gen")
-            gen = subprocess.run([sys.executable, GENERATOR, os.path.join(tmp, "schema"),
-                                  "--out", out], capture_output=True, text=True)
+            gen = subprocess.run([*GENERATOR, os.path.join(tmp, "schema"),
+                                  "--out", out], capture_output=True, text=True, cwd=TOOLS)
             self.assertEqual(gen.returncode, 0, gen.stderr)
             with open(os.path.join(out, "schema", "ports", "every.h")) as f:
                 header = f.read()
