@@ -39,6 +39,11 @@ removed or renamed) is deleted, with DIR/outputs.txt as the record of what was w
   emit_stubs   python/zolt/_zolt.pyi, python/zolt/aio.pyi
                                            PYTHON_FILES: the binding's type stubs
 
+  metrics      exporter/metrics.json       EXPORTER_FILES: the exporter's metric map (metrics.py):
+                                           every statistics and status table read whole, its
+                                           read method, labels and metrics
+               docs/metrics.md             DOCS: the exporter's metric reference page
+
 ZOLT_GENERATED_OUTPUTS lists every file of every category.
 
 Adding an output is adding a module with `emit(model)` and naming it in EMITTERS.

@@ -155,7 +155,9 @@ def metric_name(stem, path, kind):
             words[-1] += word
             continue
         words.append(word)
-    words = [w for w in words if w not in TYPE_WORDS]
+    if words:
+        # A field named only by a type word ("Counter") is the table's value.
+        words = [w for w in words if w not in TYPE_WORDS] or ["value"]
     if kind == "counter" and words and words[-1] == "total":
         words.pop()     # the exposition adds it
     name = "_".join([stem] + words)
