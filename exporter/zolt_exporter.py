@@ -12,6 +12,7 @@ import argparse
 import json
 import logging
 import os
+import socket
 import sys
 import threading
 import time
@@ -323,7 +324,12 @@ def main(argv=None):
         print(f"zolt-exporter: {e}", file=sys.stderr)
         return 2
     Handler.exporter = Exporter(modules, data)
-    server = ThreadingHTTPServer(address, Handler)
+    server_class = ThreadingHTTPServer
+    if ":" in address[0]:
+        class Server6(ThreadingHTTPServer):
+            address_family = socket.AF_INET6
+        server_class = Server6
+    server = server_class(address, Handler)
     server.daemon_threads = True
     host, port = server.server_address[:2]
     LOG.info("listening on %s:%d, %d modules", host, port, len(modules))
