@@ -99,7 +99,7 @@ if [ ${#debs[@]} -eq 5 ]; then
     expect_file "$exporter" '^\./usr/bin/zolt-exporter$'
     expect_file "$exporter" '^\./usr/share/zolt-exporter/metrics\.json$'
     expect_file "$exporter" '^\./usr/share/man/man1/zolt-exporter\.1\.gz$'
-    expect_file "$exporter" '^\./lib/systemd/system/zolt-exporter\.service$|^\./usr/lib/systemd/system/zolt-exporter\.service$'
+    expect_file "$exporter" '^\./usr/lib/systemd/system/zolt-exporter\.service$'
     expect_file "$exporter" '^\./usr/share/doc/zolt-exporter/metrics\.md$'
     expect_file "$exporter" '^\./usr/share/doc/zolt-exporter/examples/zolt-exporter\.yml$'
     expect_field "$python" Package python3-zolt
