@@ -425,6 +425,27 @@ class Metrics(unittest.TestCase):
         self.assertIn("| `zolt_demo_status_state` | state set |", page)
 
 
+    def test_two_fields_of_one_metric_name_are_refused(self):
+        proc, produced = run({"ports/demo.schema": """\
+            family demo
+
+            record zolt_demo_t
+                "RxPkts"    u32
+                "rx_pkts"   u32
+
+            tables
+                "demo.statistics"   -   -> zolt_demo_t
+
+            methods
+                "demo.statistics.get"   -   -> zolt_demo_t
+            """})
+        self.assertEqual(proc.returncode, 1)
+        self.assertEqual(proc.stderr, "zoltgen: schema/ports/demo.schema:8: metric "
+                         "zolt_demo_statistics_rx_pkts of demo.statistics is also one of "
+                         "demo.statistics\n")
+        self.assertFalse(produced)
+
+
 class Compiles(unittest.TestCase):
     """Every type word, argument form, output and key form compiles, also those that no family
     of the schema uses yet."""

@@ -142,5 +142,10 @@ def main(argv=None):
         return 0
     if not ns.out:
         ap.error("--out is required unless --check is given")
-    write_tree(os.path.abspath(ns.out), generate(model), ns.stamp)
+    try:
+        files = generate(model)
+    except SchemaError as e:     # a schema that an output cannot represent (metric names)
+        print(f"zoltgen: {e}", file=sys.stderr)
+        return 1
+    write_tree(os.path.abspath(ns.out), files, ns.stamp)
     return 0

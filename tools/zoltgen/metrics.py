@@ -24,6 +24,7 @@ import json
 import re
 
 from .emit_python import method_name
+from .model import SchemaError
 from .types import BOOL, ENUM, MAC_KIND, RECORD, SCALAR, TIMESTAMP_KIND, TUPLE
 
 CATEGORIES = ("statistics", "status")
@@ -205,13 +206,14 @@ def metric_map(model):
                 if series is None:
                     continue
                 if series in names:
-                    raise AssertionError(f"metric {series} of {table.name} is also one of "
-                                         f"{names[series]}")
+                    raise SchemaError(f"schema/{table.family.path}:{table.line}: metric {series} "
+                                      f"of {table.name} is also one of {names[series]}")
                 names[series] = table.name
         labels = key_labels(table, read)
         clash = {l["name"] for l in labels} & {m["name"] for m in metrics}
         if clash:
-            raise AssertionError(f"{table.name}: label and metric share a name: {clash}")
+            raise SchemaError(f"schema/{table.family.path}:{table.line}: {table.name}: a label "
+                              f"and a metric are both named {', '.join(sorted(clash))}")
         tables.append({
             "table": table.name,
             "category": category(table),
