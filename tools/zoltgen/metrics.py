@@ -235,7 +235,9 @@ def page(data):
            "Every statistics and status table that one call reads whole. Counters are exposed "
            "with `_total` after the name below; a state set has one series per text, with the "
            "text in a label named like the metric.\n\n",
-           f"`{data['up']}`: gauge, 1 when the probe reached the switch, 0 when it failed.\n"]
+           f"Every probe also answers `{data['up']}` (gauge: 1 when the probe reached the "
+           "switch, 0 when it failed), `zolt_probe_duration_seconds` (gauge) and "
+           "`zolt_probe_table_errors` (gauge: the tables of this probe that failed).\n"]
     for t in data["tables"]:
         labels = ", ".join(f"`{l['name']}`" for l in t["labels"]) or "none"
         out.append(f"\n## {t['table']}\n\nRead by `{t['method']}`; labels: {labels}.\n\n")
