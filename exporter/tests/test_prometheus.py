@@ -15,8 +15,8 @@ import pytest
 import zolt
 from conftest import Switch
 
-SCRAPE_INTERVAL = 1
-WINDOW = 6     # seconds of samples rate() looks at
+SCRAPE_INTERVAL = 2
+WINDOW = 10    # seconds of samples rate() looks at: five scrapes
 
 
 def free_port():
