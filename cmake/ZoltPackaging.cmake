@@ -133,7 +133,7 @@ set(CPACK_DEBIAN_EXPORTER_PACKAGE_SECTION net)
 set(CPACK_DEBIAN_EXPORTER_PACKAGE_ARCHITECTURE all)
 set(CPACK_DEBIAN_EXPORTER_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_EXPORTER_PACKAGE_DEPENDS
-    "${zolt_python_package} (= ${PROJECT_VERSION}), python3-prometheus-client, python3-yaml")
+    "python3, ${zolt_python_package} (= ${PROJECT_VERSION}), python3-prometheus-client, python3-yaml")
 set(CPACK_DEBIAN_EXPORTER_PACKAGE_SUGGESTS "prometheus")
 set(CPACK_DEBIAN_EXPORTER_DESCRIPTION
     "Prometheus exporter for managed Ethernet switches

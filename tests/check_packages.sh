@@ -94,7 +94,7 @@ if [ ${#debs[@]} -eq 5 ]; then
     expect_field "$exporter" Package zolt-exporter
     expect_field "$exporter" Section net
     expect_field "$exporter" Architecture all
-    expect_depends "$exporter" "python3-zolt \\(= ${version}\\)" python3-prometheus-client \
+    expect_depends "$exporter" python3 "python3-zolt \\(= ${version}\\)" python3-prometheus-client \
         python3-yaml
     expect_file "$exporter" '^\./usr/bin/zolt-exporter$'
     expect_file "$exporter" '^\./usr/share/zolt-exporter/metrics\.json$'
