@@ -27,9 +27,9 @@
 #include <tuple>
 #include <vector>
 
+#include "bench/loopback.h"
 #include "client/zoltclient.h"
 #include "sim/simulator.h"
-#include "tests/support/loopback.h"
 
 namespace {
 
@@ -211,7 +211,7 @@ int idle(int slow_count, int idle_count, long calls) {
     });
     int failed_connects = 0;
     for (int i = 0; i < slow_count; ++i) {
-        const int fd = zolt_test::connect_loopback(port, zolt_test::kUnfinishedRequest);
+        const int fd = zolt_bench::connect_loopback(port, zolt_bench::kUnfinishedRequest);
         if (fd < 0) {
             ++failed_connects;
             continue;
@@ -221,7 +221,7 @@ int idle(int slow_count, int idle_count, long calls) {
     }
     std::vector<int> idle_fds;
     for (int i = 0; i < idle_count; ++i) {
-        const int fd = zolt_test::connect_loopback(port);
+        const int fd = zolt_bench::connect_loopback(port);
         if (fd < 0) {
             ++failed_connects;
             continue;

@@ -88,12 +88,15 @@ struct Outcome {
     Json::Value output;
 };
 
-template <class Out, class Decode>
-Outcome run(const Out& start, Decode decode) {
+// `text` read into a copy of `start`, by the tree alone or (with `direct`) the library's way.
+template <class Out>
+Outcome run(const std::string& text, const Out& start, zolt::Decoder decode,
+            zolt::DirectDecoder direct) {
     Out out = start;
     Outcome outcome;
     try {
-        outcome.result = "code " + std::to_string(decode(out));
+        outcome.result =
+            "code " + std::to_string(zolt::read_result(response_of(text), decode, direct, &out));
     } catch (const std::exception& e) {
         outcome.result = std::string(typeid(e).name()) + ": " + e.what();
     }
@@ -102,53 +105,14 @@ Outcome run(const Out& start, Decode decode) {
 }
 
 // Empty when both ways agree, else both outcomes.
-template <class Out, class Library, class Tree>
-std::string differ(const Out& start, Library library, Tree tree) {
-    const Outcome a = run(start, library);
-    const Outcome b = run(start, tree);
+template <class Out>
+std::string differ(const std::string& text, const Out& start, zolt::Decoder decode,
+                   zolt::DirectDecoder direct) {
+    const Outcome a = run(text, start, decode, direct);
+    const Outcome b = run(text, start, decode, nullptr);
     if (a.result == b.result && a.output == b.output) return "";
     return "direct: " + a.result + " " + a.output.toStyledString() + "tree: " + b.result + " " +
            b.output.toStyledString();
-}
-
-template <class Out>
-std::string compare_get(const std::string& text, const Out& start) {
-    return differ(
-        start,
-        [&](Out& out) {
-            return zolt::read_result(response_of(text), &zolt::decode_into<Out>,
-                                     &zolt::direct_into<Out>, &out);
-        },
-        [&](Out& out) {
-            return zolt::read_result(response_of(text), &zolt::decode_into<Out>, nullptr,
-                                     &out);
-        });
-}
-
-template <class K, class V>
-std::string compare_get_all(const std::string& text, const std::map<K, V>& start) {
-    return differ(
-        start,
-        [&](std::map<K, V>& out) {
-            return zolt::read_result(response_of(text), &zolt::decode_rows<K, V>,
-                                     &zolt::direct_rows<K, V>, &out);
-        },
-        [&](std::map<K, V>& out) {
-            return zolt::read_result(response_of(text), &zolt::decode_rows<K, V>, nullptr,
-                                     &out);
-        });
-}
-
-inline std::string compare_call(const std::string& text) {
-    return differ(
-        0,
-        [&](int&) {
-            return zolt::read_result(response_of(text), nullptr, &zolt::direct_none,
-                                     nullptr);
-        },
-        [&](int&) {
-            return zolt::read_result(response_of(text), nullptr, nullptr, nullptr);
-        });
 }
 
 // --- the cases -----------------------------------------------------------------------------------
@@ -176,30 +140,13 @@ inline std::string rows(const std::vector<std::string>& keys, const std::string&
 // The caller's output before the call: what the tree makes of `text` with every digit 1 turned
 // to 2, so that a caller's row or list differs from the answer's.
 template <class Out>
-Out filled(std::string text) {
+Out filled(std::string text, zolt::Decoder decode) {
     for (char& c : text) {
         if (c == '1') c = '2';
     }
     Out out{};
     try {
-        if constexpr (std::is_same_v<Out, int>) {
-            (void)text;
-        } else {
-            zolt::read_result(response_of(text), &zolt::decode_into<Out>, nullptr, &out);
-        }
-    } catch (const std::exception&) {
-    }
-    return out;
-}
-
-template <class K, class V>
-std::map<K, V> filled_table(std::string text) {
-    for (char& c : text) {
-        if (c == '1') c = '2';
-    }
-    std::map<K, V> out;
-    try {
-        zolt::read_result(response_of(text), &zolt::decode_rows<K, V>, nullptr, &out);
+        zolt::read_result(response_of(text), decode, nullptr, &out);
     } catch (const std::exception&) {
     }
     return out;
@@ -212,117 +159,107 @@ struct Case {
     bool (*direct)(const std::string& text);          // the direct decoder alone is certain
 };
 
+// Singleton, keyed, scalar and list gets into `Out`.
 template <class Out>
-std::string get_case(const std::string& text) {
-    return compare_get(text, filled<Out>(text));
+Case get(const char* name, std::string (*seed)()) {
+    return {name, seed,
+            [](const std::string& text) {
+                return differ(text, filled<Out>(text, &zolt::decode_into<Out>),
+                              &zolt::decode_into<Out>, &zolt::direct_into<Out>);
+            },
+            [](const std::string& text) {
+                Out out{};
+                return zolt::fast::get(text.c_str(), text.size(), out);
+            }};
 }
 
+// Get-alls into a map of K to V.
 template <class K, class V>
-std::string get_all_case(const std::string& text) {
-    return compare_get_all(text, filled_table<K, V>(text));
-}
-
-template <class Out>
-bool get_direct(const std::string& text) {
-    Out out{};
-    return zolt::fast::get(text.c_str(), text.size(), out);
-}
-
-template <class K, class V>
-bool get_all_direct(const std::string& text) {
-    std::map<K, V> out;
-    return zolt::fast::get_all(text.c_str(), text.size(), out);
-}
-
-inline bool call_direct(const std::string& text) {
-    return zolt::fast::call(text.c_str(), text.size());
+Case get_all(const char* name, std::string (*seed)()) {
+    using Map = std::map<K, V>;
+    return {name, seed,
+            [](const std::string& text) {
+                return differ(text, filled<Map>(text, &zolt::decode_rows<K, V>),
+                              &zolt::decode_rows<K, V>, &zolt::direct_rows<K, V>);
+            },
+            [](const std::string& text) {
+                Map out;
+                return zolt::fast::get_all(text.c_str(), text.size(), out);
+            }};
 }
 
 inline const Case* cases(std::size_t* count) {
+    using MacKey = std::tuple<unsigned short, zolt_mac_t>;
     static const Case table[] = {
         {"call", [] { return answer("[1,{\"a\":null}]"); },
-         [](const std::string& t) { return compare_call(t); }, &call_direct},
-        {"record of u64", [] { return answer(value_of("port.statistics.rmon.get")); },
-         &get_case<zolt_port_rmon_counters_t>, &get_direct<zolt_port_rmon_counters_t>},
-        {"record of bool, enumerations, u8, u32",
-         [] { return answer(value_of("port.config.get")); }, &get_case<zolt_appl_port_mib_conf_t>,
-         &get_direct<zolt_appl_port_mib_conf_t>},
-        {"record with MAC and list of string",
-         [] { return answer(value_of("lacp.status.system.get")); },
-         &get_case<zolt_lacp_aggregator_status_t>, &get_direct<zolt_lacp_aggregator_status_t>},
-        {"record with byte lists", [] { return answer(value_of("mstp.status.bridge.get")); },
-         &get_case<zolt_appl_mstp_bridge_status_t>, &get_direct<zolt_appl_mstp_bridge_status_t>},
-        {"record with list of u32",
-         [] { return answer(value_of("lldp.status.neighbors-mgmt.get")); },
-         &get_case<zolt_appl_lldp_mgmt_addr_tlv_t>, &get_direct<zolt_appl_lldp_mgmt_addr_tlv_t>},
-        {"route record",
-         [] {
-             return answer(
-                 "{\"networkAddress\":\"10.0.0.0\",\"networkPrefixSize\":8,\"nextHop\":\"10.0.0."
-                 "1\"}");
-         },
-         &get_case<zolt_ipv4_uc_t>, &get_direct<zolt_ipv4_uc_t>},
-        {"enumeration", [] { return answer("\"force100ModeFdx\""); },
-         &get_case<zolt_appl_port_speed_t>, &get_direct<zolt_appl_port_speed_t>},
-        {"bool", [] { return answer("true"); }, &get_case<bool>, &get_direct<bool>},
-        {"unsigned int", [] { return answer("4294967295"); }, &get_case<unsigned int>,
-         &get_direct<unsigned int>},
-        {"unsigned short", [] { return answer("70000"); }, &get_case<unsigned short>,
-         &get_direct<unsigned short>},
-        {"list of string", [] { return answer("[\"Gi 1/1\",\"Gi 1/2\"]"); },
-         &get_case<std::vector<std::string>>, &get_direct<std::vector<std::string>>},
-        {"table of counters",
-         [] {
-             return answer(rows({"\"Gi 1/1\"", "\"Gi 1/2\"", "\"Gi 1/1\""},
-                                value_of("port.statistics.rmon.get")));
-         },
-         &get_all_case<std::string, zolt_port_rmon_counters_t>,
-         &get_all_direct<std::string, zolt_port_rmon_counters_t>},
-        {"MAC table",
-         [] {
-             return answer(
-                 rows({"[1,\"00:1f:a2:0b:3c:d4\"]", "[2,\"00:1F\"]", "[1,\"0:1f:a2:b:3c:d4\"]"},
-                      value_of("mac.status.fdb.full.get")));
-         },
-         &get_all_case<std::tuple<unsigned short, zolt_mac_t>, zolt_appl_mac_stack_addr_entry_t>,
-         &get_all_direct<std::tuple<unsigned short, zolt_mac_t>, zolt_appl_mac_stack_addr_entry_t>},
-        {"MAC table, address pieces strtol reads in its own way",
-         [] {
-             return answer(rows({"[1,\" 0x1f:-1:+a:: 2g:zz:7\"]", "[2,\"1:2:3:4:5:6:7:8:\"]",
-                                 "[3,\"a\\u0000:b\"]", "[4,\"\"]", "[5,\"::\"]"},
-                                value_of("mac.status.fdb.full.get")));
-         },
-         &get_all_case<std::tuple<unsigned short, zolt_mac_t>, zolt_appl_mac_stack_addr_entry_t>,
-         &get_all_direct<std::tuple<unsigned short, zolt_mac_t>, zolt_appl_mac_stack_addr_entry_t>},
-        {"string and int key, bool value",
-         [] {
-             return answer(rows({"[\"Gi 1/1\",1]", "[\"Gi 1/1\",2,3]"}, "true"));
-         },
-         &get_all_case<std::tuple<std::string, int>, bool>,
-         &get_all_direct<std::tuple<std::string, int>, bool>},
-        {"u16 and enumeration key, list value",
-         [] {
-             return answer(rows({"[1,\"combined\"]", "[2,\"admin\"]"}, "[\"Gi 1/1\"]"));
-         },
-         &get_all_case<std::tuple<unsigned short, zolt_appl_vlan_user_t>, std::vector<std::string>>,
-         &get_all_direct<std::tuple<unsigned short, zolt_appl_vlan_user_t>,
-                         std::vector<std::string>>},
-        {"u16 key and value",
-         [] {
-             return answer(rows({"1", "65535", "1"}, "7"));
-         },
-         &get_all_case<unsigned short, unsigned short>,
-         &get_all_direct<unsigned short, unsigned short>},
-        {"MAC key",
-         [] { return answer(rows({"\"00:00:00:00:00:01\""}, value_of("vcl.config.mac.get"))); },
-         &get_all_case<zolt_mac_t, zolt_appl_vcl_generic_conf_global_t>,
-         &get_all_direct<zolt_mac_t, zolt_appl_vcl_generic_conf_global_t>},
-        {"key-only table", [] { return answer(rows({"\"a\""}, "null")); },
-         &get_all_case<std::string, std::tuple<>>, &get_all_direct<std::string, std::tuple<>>},
-        {"three-member key",
-         [] { return answer(rows({"[\"a\",1,2]"}, value_of("port.statistics.rmon.get"))); },
-         &get_all_case<std::tuple<std::string, int, int>, zolt_port_rmon_counters_t>,
-         &get_all_direct<std::tuple<std::string, int, int>, zolt_port_rmon_counters_t>},
+         [](const std::string& text) { return differ(text, 0, nullptr, &zolt::direct_none); },
+         [](const std::string& text) { return zolt::fast::call(text.c_str(), text.size()); }},
+        get<zolt_port_rmon_counters_t>("record of u64",
+                                       [] { return answer(value_of("port.statistics.rmon.get")); }),
+        get<zolt_appl_port_mib_conf_t>("record of bool, enumerations, u8, u32",
+                                       [] { return answer(value_of("port.config.get")); }),
+        get<zolt_lacp_aggregator_status_t>(
+            "record with MAC and list of string",
+            [] { return answer(value_of("lacp.status.system.get")); }),
+        get<zolt_appl_mstp_bridge_status_t>(
+            "record with byte lists", [] { return answer(value_of("mstp.status.bridge.get")); }),
+        get<zolt_appl_lldp_mgmt_addr_tlv_t>(
+            "record with list of u32",
+            [] { return answer(value_of("lldp.status.neighbors-mgmt.get")); }),
+        get<zolt_ipv4_uc_t>("route record",
+                            [] {
+                                return answer(
+                                    R"({"networkAddress":"10.0.0.0","networkPrefixSize":8,)"
+                                    R"("nextHop":"10.0.0.1"})");
+                            }),
+        get<zolt_appl_port_speed_t>("enumeration", [] { return answer("\"force100ModeFdx\""); }),
+        get<bool>("bool", [] { return answer("true"); }),
+        get<unsigned int>("unsigned int", [] { return answer("4294967295"); }),
+        get<unsigned short>("unsigned short", [] { return answer("70000"); }),
+        get<std::vector<std::string>>("list of string",
+                                      [] { return answer("[\"Gi 1/1\",\"Gi 1/2\"]"); }),
+        get_all<std::string, zolt_port_rmon_counters_t>(
+            "table of counters",
+            [] {
+                return answer(rows({"\"Gi 1/1\"", "\"Gi 1/2\"", "\"Gi 1/1\""},
+                                   value_of("port.statistics.rmon.get")));
+            }),
+        get_all<MacKey, zolt_appl_mac_stack_addr_entry_t>(
+            "MAC table",
+            [] {
+                return answer(
+                    rows({"[1,\"00:1f:a2:0b:3c:d4\"]", "[2,\"00:1F\"]", "[1,\"0:1f:a2:b:3c:d4\"]"},
+                         value_of("mac.status.fdb.full.get")));
+            }),
+        get_all<MacKey, zolt_appl_mac_stack_addr_entry_t>(
+            "MAC table, address pieces strtol reads in its own way",
+            [] {
+                return answer(rows({"[1,\" 0x1f:-1:+a:: 2g:zz:7\"]", "[2,\"1:2:3:4:5:6:7:8:\"]",
+                                    "[3,\"a\\u0000:b\"]", "[4,\"\"]", "[5,\"::\"]"},
+                                   value_of("mac.status.fdb.full.get")));
+            }),
+        get_all<std::tuple<std::string, int>, bool>(
+            "string and int key, bool value",
+            [] {
+                return answer(rows({"[\"Gi 1/1\",1]", "[\"Gi 1/1\",2,3]"}, "true"));
+            }),
+        get_all<std::tuple<unsigned short, zolt_appl_vlan_user_t>, std::vector<std::string>>(
+            "u16 and enumeration key, list value",
+            [] {
+                return answer(rows({"[1,\"combined\"]", "[2,\"admin\"]"}, "[\"Gi 1/1\"]"));
+            }),
+        get_all<unsigned short, unsigned short>("u16 key and value",
+                                                [] {
+                                                    return answer(rows({"1", "65535", "1"}, "7"));
+                                                }),
+        get_all<zolt_mac_t, zolt_appl_vcl_generic_conf_global_t>(
+            "MAC key",
+            [] { return answer(rows({"\"00:00:00:00:00:01\""}, value_of("vcl.config.mac.get"))); }),
+        get_all<std::string, std::tuple<>>("key-only table",
+                                           [] { return answer(rows({"\"a\""}, "null")); }),
+        get_all<std::tuple<std::string, int, int>, zolt_port_rmon_counters_t>(
+            "three-member key",
+            [] { return answer(rows({"[\"a\",1,2]"}, value_of("port.statistics.rmon.get"))); }),
     };
     *count = sizeof table / sizeof table[0];
     return table;

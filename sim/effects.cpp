@@ -161,7 +161,7 @@ Effects::Effects(Model& model, std::function<std::string()> save_state,
 void Effects::after(const std::string& method, const std::string& body, Json::Value& answer) {
     if (method == kUploadStatusGet) {
         std::lock_guard<std::mutex> lock(mutex_);
-        if (uploading_ && Clock::now() - upload_started_ < kUploadTime) {
+        if (uploading_ && model_.now() - upload_started_ < kUploadTime) {
             answer[word::result][key::Status] = "inProgress";
         } else {
             uploading_ = false;
@@ -225,7 +225,7 @@ void Effects::copy(const Json::Value& request) {
         }
     }
 
-    const Model::Clock::time_point now = Model::Clock::now();
+    const Model::Clock::time_point now = model_.now();
     Json::Value files = model_.rows(kFiles, now);
     const Json::Value* source_entry = file_entry(files, source_file);
     const bool source_listed = source_entry != nullptr;
@@ -271,7 +271,7 @@ void Effects::copy(const Json::Value& request) {
 void Effects::control(const Json::Value& request) {
     const std::string deleted = text_of(request[key::DeleteFile]);
     const std::string reload = text_of(request[key::ReloadDefault]);
-    const Model::Clock::time_point now = Model::Clock::now();
+    const Model::Clock::time_point now = model_.now();
 
     if (!deleted.empty()) {
         const Json::Value listed = model_.rows(kFiles, now);
@@ -285,7 +285,7 @@ void Effects::control(const Json::Value& request) {
 
     // A fresh switch of the same size holds every table in its first state. The tables that
     // stay are left out, and the restore keeps them as they are (counters running on).
-    const Model fresh(static_cast<int>(model_.port_names().size()), now);
+    const Model fresh(static_cast<int>(model_.port_names().size()), [now] { return now; });
     Json::Value tables = fresh.snapshot(now)[word::tables];
     for (const std::string& name : tables.getMemberNames()) {
         bool keep = reload == "defaultKeepIp" && ip_table(name);
@@ -306,7 +306,7 @@ void Effects::reboot() {
 }
 
 void Effects::swap_firmware() {
-    const Model::Clock::time_point now = Model::Clock::now();
+    const Model::Clock::time_point now = model_.now();
     Json::Value images = model_.rows(kImages, now);
     Json::Value* active = nullptr;
     Json::Value* alternative = nullptr;
@@ -332,16 +332,16 @@ void Effects::upload(const Json::Value& request) {
     // The outcome is stored at once; reads answer "inProgress" until the upload's time is up.
     Json::Value outcome(Json::objectValue);
     outcome[key::Status] = valid ? "success" : "errInvalidUrl";
-    const Model::Clock::time_point now = Model::Clock::now();
+    const Model::Clock::time_point now = model_.now();
     Json::Value changed(Json::objectValue);
     changed[kUploadStatus] = singleton(outcome);
     replace(model_, changed, now);
     uploading_ = valid;
-    upload_started_ = Clock::now();
+    upload_started_ = now;
 }
 
 void Effects::clear_history(int unit, const std::string& level) {
-    const Model::Clock::time_point now = Model::Clock::now();
+    const Model::Clock::time_point now = model_.now();
     const Json::Value history = model_.rows(kHistory, now);
     Json::Value kept(Json::arrayValue);
     for (const Json::Value& row : history) {

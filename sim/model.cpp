@@ -143,8 +143,8 @@ void check_members_in_code() {
 
 }  // namespace
 
-Model::Model(int port_count, Clock::time_point now)
-    : ports_(make_port_names(port_count)), traffic_(ports_, now) {
+Model::Model(int port_count, TimeSource time)
+    : time_(std::move(time)), ports_(make_port_names(port_count)), traffic_(ports_, time_()) {
     build_catalogue();
     seed();
 }
@@ -371,7 +371,7 @@ Model::Outcome Model::execute(const Overload& overload, const Json::Value& key,
     Outcome outcome;
     if (overload.table == nullptr) return outcome;
     const Table& table = *overload.table;
-    const Clock::time_point now = Clock::now();
+    const Clock::time_point now = time_();
     Rows& rows = state_[table.name];
     auto found = rows.find(key);
     auto refuse = [&outcome](int code, const char* message) {

@@ -15,6 +15,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -51,10 +52,12 @@ std::string state_text(const Json::Value& snapshot);
 class Model {
 public:
     using Clock = std::chrono::steady_clock;
+    // Where the switch reads the time: the steady clock, or a test's clock that it steps by hand.
+    using TimeSource = std::function<Clock::time_point()>;
     using Rows = std::map<Json::Value, Json::Value>;
 
     // A fresh switch with `port_count` ports named "Gi 1/1" .. "Gi 1/<port_count>".
-    explicit Model(int port_count, Clock::time_point now = Clock::now());
+    explicit Model(int port_count, TimeSource time = &Clock::now);
     ~Model();
     Model(const Model&) = delete;
     Model& operator=(const Model&) = delete;
@@ -66,20 +69,23 @@ public:
     // and writes follow the same rules as those through the network. Thread-safe.
     Json::Value call(const std::string& method, const Json::Value& params);
 
+    // The switch's time now.
+    Clock::time_point now() const { return time_(); }
+
     // The whole state as a document {"ports": N, "tables": {name: [{"key": K, "val": V}...]}};
     // counters are written as they read at `now`.
-    Json::Value snapshot(Clock::time_point now = Clock::now()) const;
+    Json::Value snapshot(Clock::time_point now) const;
 
     // One table's rows in the snapshot's form [{"key": K, "val": V}...], counters as they read
     // at `now`. Throws std::logic_error for a table the schema does not have.
-    Json::Value rows(const std::string& table, Clock::time_point now = Clock::now()) const;
+    Json::Value rows(const std::string& table, Clock::time_point now) const;
 
     // Replaces every table the document names with its rows (tables it does not name keep their
     // state). Counter rows it brings count on from `now`; when it brings any, the counters it
     // does not name count on from what they read at `now`. Every key member and value goes
     // through its codec; a document that does not fit throws std::runtime_error naming the
     // table and row, and leaves the state as it was.
-    void restore(const Json::Value& document, Clock::time_point now = Clock::now());
+    void restore(const Json::Value& document, Clock::time_point now);
 
     const std::vector<std::string>& port_names() const { return ports_; }
 
@@ -108,6 +114,7 @@ private:
     Json::Value load_table(const Table& table, const Json::Value& rows) const;
     Json::Value rows_locked(const std::string& table, Clock::time_point now) const;
 
+    TimeSource time_;
     std::vector<std::string> ports_;
     std::map<std::string, std::unique_ptr<Table>> tables_;
     std::map<std::string, std::vector<Overload>> overloads_;  // by method string

@@ -280,7 +280,7 @@ std::string to_string(const Fault& fault) {
 struct Simulator::Impl {
     explicit Impl(Options opts)
         : options(std::move(opts)),
-          model(options.ports),
+          model(options.ports, options.clock ? options.clock : &Model::Clock::now),
           effects(
               model,
               [this] {
@@ -388,7 +388,7 @@ struct Simulator::Impl {
             throw std::runtime_error("state file " + options.state_file + ": not JSON: " + errors);
         }
         try {
-            model.restore(document);
+            model.restore(document, model.now());
         } catch (const std::exception& e) {
             throw std::runtime_error("state file " + options.state_file + ": " + e.what());
         }
@@ -400,7 +400,7 @@ struct Simulator::Impl {
         const std::string temporary = options.state_file + ".tmp";
         {
             std::ofstream out(temporary, std::ios::trunc);
-            out << state_text(model.snapshot());
+            out << state_text(model.snapshot(model.now()));
             out.close();
             if (!out) throw std::runtime_error("state file " + temporary + ": cannot write");
         }

@@ -54,6 +54,9 @@ struct Options {
     bool log = false;  // one line per request
     // Where log lines go (without a newline); unset: standard error.
     std::function<void(const std::string&)> log_sink;
+    // Where the switch reads the time (its counters, an upload's progress); unset: the steady
+    // clock. A test sets its own to step time by hand.
+    Model::TimeSource clock;
 };
 
 class Simulator {

@@ -81,7 +81,7 @@ done
 row=$(ZOLT_URL="http://$address/" ZOLT_USER=admin ZOLT_PASSWORD=admin \
     "$scratch/build/cli/zolt" call synthetic.config.port.get "Gi 1/1") ||
     fail "the simulator does not serve the new family"
-grep -q '"Mode" : "off"' <<<"$row" || fail "the simulator's row is not the fresh one: $row"
+grep -q '"Mode": "off"' <<<"$row" || fail "the simulator's row is not the fresh one: $row"
 kill $sim
 "$scratch/build/tests/zolt_tests" --gtest_filter='Sweep.*:Cli.EveryTypedFunctionIsReachableThroughCall' >"$scratch/sweep.log" 2>&1 ||
     { tail -30 "$scratch/sweep.log"; fail "the sweep fails with the new family"; }

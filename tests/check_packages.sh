@@ -60,24 +60,17 @@ expect_file() {  # deb path-pattern
     grep -Eq "$2" <<<"$listing" || fail "$(basename "$1") holds nothing matching $2"
 }
 
-expect_field "$runtime" Package "libzolt-client${soversion}"
-expect_field "$dev" Package libzolt-client-dev
-expect_field "$tools" Package zolt-tools
+# Names, sections and the dependencies written in the packaging stand as written; what follows
+# is what the build derives or installs. Missing fields and the like are lintian's part.
 for deb in "${debs[@]}"; do
     expect_field "$deb" Version "$version"
+    # The exporter is a script: one package for every architecture.
     [ "$deb" = "$exporter" ] || expect_field "$deb" Architecture "$arch"
-    [ -n "$(field "$deb" Maintainer)" ] || fail "$(basename "$deb"): no Maintainer"
-    [ -n "$(field "$deb" Description)" ] || fail "$(basename "$deb"): no Description"
     expect_file "$deb" "^\./usr/share/doc/$(field "$deb" Package)/copyright$"
 done
-expect_field "$runtime" Section libs
-expect_field "$dev" Section libdevel
-expect_field "$tools" Section net
 # The library's own dependencies come from its binary: libcurl and JsonCpp at least.
 expect_depends "$runtime" 'libcurl4' 'libjsoncpp25' 'libc6' 'libstdc\+\+6'
-expect_depends "$dev" "libzolt-client${soversion} \\(= ${version}\\)" libjsoncpp-dev \
-    libcurl4-openssl-dev
-expect_depends "$tools" "libzolt-client${soversion} \\(= ${version}\\)" 'libc6'
+expect_depends "$tools" 'libc6'
 expect_file "$runtime" "/libzolt-client\\.so\\.${soversion}$"
 expect_file "$runtime" "/libzolt-client\\.so\\.${version}$"
 grep -q '\.so$' <<<"$(dpkg-deb -c "$runtime")" && fail "the runtime package holds the .so link"
@@ -91,11 +84,6 @@ expect_file "$dev" '/share/doc/libzolt-client-dev/reference/port\.md$'
 expect_file "$tools" '^\./usr/bin/zolt-switch-sim$'
 expect_file "$tools" '^\./usr/share/man/man1/zolt-switch-sim\.1\.gz$'
 if [ ${#debs[@]} -eq 5 ]; then
-    expect_field "$exporter" Package zolt-exporter
-    expect_field "$exporter" Section net
-    expect_field "$exporter" Architecture all
-    expect_depends "$exporter" python3 "python3-zolt \\(= ${version}\\)" python3-prometheus-client \
-        python3-yaml
     expect_file "$exporter" '^\./usr/bin/zolt-exporter$'
     expect_file "$exporter" '^\./usr/share/zolt-exporter/metrics\.json$'
     expect_file "$exporter" '^\./usr/share/man/man1/zolt-exporter\.1\.gz$'

@@ -4,12 +4,13 @@
 
 #ifdef ZOLT_CLI_PROGRAM
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <json/json.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <set>
@@ -56,49 +57,29 @@ std::string slurp(const std::string& path) {
     return text.str();
 }
 
-// Runs `argv` (argv[0] a path) with exactly the environment `env`, standard input empty and the
-// standard streams caught in scratch files.
-Result run_process(const std::vector<std::string>& argv, const std::vector<std::string>& env) {
-    char out_path[] = "/tmp/zolt-cli-out-XXXXXX";
-    char err_path[] = "/tmp/zolt-cli-err-XXXXXX";
-    const int out_fd = mkstemp(out_path);
-    const int err_fd = mkstemp(err_path);
-    EXPECT_GE(out_fd, 0);
-    EXPECT_GE(err_fd, 0);
-    std::vector<std::string> args = argv;
-    std::vector<std::string> vars = env;
-    std::vector<char*> c_args;
-    for (std::string& a : args) c_args.push_back(&a[0]);
-    c_args.push_back(nullptr);
-    std::vector<char*> c_env;
-    for (std::string& v : vars) c_env.push_back(&v[0]);
-    c_env.push_back(nullptr);
-    const pid_t pid = fork();
-    if (pid == 0) {
-        const int null_fd = open("/dev/null", O_RDONLY);
-        dup2(null_fd, 0);
-        dup2(out_fd, 1);
-        dup2(err_fd, 2);
-        execve(c_args[0], c_args.data(), c_env.data());
-        _exit(127);
-    }
-    int wait_status = 0;
-    waitpid(pid, &wait_status, 0);
-    close(out_fd);
-    close(err_fd);
-    Result r;
-    r.status = WIFEXITED(wait_status) ? WEXITSTATUS(wait_status) : -1;
-    r.out = slurp(out_path);
-    r.err = slurp(err_path);
-    unlink(out_path);
-    unlink(err_path);
-    return r;
+// A word as the shell reads it literally.
+std::string quoted(const std::string& word) {
+    std::string out = "'";
+    for (char c : word) out += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return out + "'";
 }
 
-std::size_t count_lines(const std::string& text) {
-    std::size_t n = 0;
-    for (char c : text) n += c == '\n';
-    return n;
+// Runs `argv` (argv[0] a path) with exactly the environment `env` and standard input empty.
+Result run_process(const std::vector<std::string>& argv, const std::vector<std::string>& env) {
+    const std::string err_path = testing::TempDir() + "zolt-cli-err-" + std::to_string(getpid());
+    std::string command = "env -i";
+    for (const std::string& word : env) command += " " + quoted(word);
+    for (const std::string& word : argv) command += " " + quoted(word);
+    FILE* pipe = popen((command + " </dev/null 2>" + quoted(err_path)).c_str(), "r");
+    Result r;
+    char buffer[4096];
+    for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+        r.out.append(buffer, n);
+    const int status = pclose(pipe);
+    r.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    r.err = slurp(err_path);
+    unlink(err_path.c_str());
+    return r;
 }
 
 class Cli : public ::testing::Test {
@@ -124,16 +105,14 @@ void expect_exit(const Result& r, int status, const std::string& err) {
 
 // --- what the catalog holds ------------------------------------------------------------------
 
-TEST_F(Cli, MethodsListsTheOverloadsOfTheMethodsNamed) {
+TEST_F(Cli, MethodsListsAndDescribeShowsTheOverloadsWithTheFieldsAndTextsOfTheirTypes) {
     const Result filtered = run_in_process({"methods", "port.config"});
     ASSERT_EQ(filtered.status, 0);
     EXPECT_EQ(filtered.out,
               "port.config.get\tkeyed get\tstring\tzolt_appl_port_mib_conf_t\n"
               "port.config.get\tget-all\t-\tmap<string, zolt_appl_port_mib_conf_t>\n"
               "port.config.set\tset\tstring, zolt_appl_port_mib_conf_t\t-\n");
-}
 
-TEST_F(Cli, DescribeShowsEveryOverloadAndTheFieldsAndTextsOfItsTypes) {
     const Result r = run_in_process({"describe", "port.config.set"});
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out.find("port.config.set\n  1: set, zolt_port_config_set(string, "
@@ -145,7 +124,6 @@ TEST_F(Cli, DescribeShowsEveryOverloadAndTheFieldsAndTextsOfItsTypes) {
         << r.out;
     EXPECT_NE(r.out.find("  MTU                u32\n"), std::string::npos);
     EXPECT_NE(r.out.find("enumeration zolt_appl_port_media_t\n  \"rj45\"\n"), std::string::npos);
-
     const Result blind = run_in_process({"describe", "ipmc-snooping.config.interface.port.get"});
     ASSERT_EQ(blind.status, 0);
     EXPECT_NE(blind.out.find("  4: keyed get,"), std::string::npos) << blind.out;
@@ -197,7 +175,7 @@ TEST_F(Cli, OutputTableAlignsColumnsAndFieldLines) {
     std::getline(lines, first);
     EXPECT_EQ(header.rfind("key     Shutdown  Speed ", 0), 0u) << header;
     EXPECT_EQ(first.rfind("Gi 1/1  false     ", 0), 0u) << first;
-    EXPECT_EQ(count_lines(r.out), 9u) << "a header and one line per port";
+    EXPECT_EQ(std::count(r.out.begin(), r.out.end(), '\n'), 9) << "a header and one line per port";
     EXPECT_EQ(header.find("MTU"), first.find("10240")) << "columns line up";
 
     r = zolt({"--output", "table", "call", "syslog.config.server.get"});
@@ -336,15 +314,6 @@ TEST(CliClient, ClientFailuresExitWithThreeAndTheLibrarysText) {
     run_in_process({"--url", server.url(), "--user", "ops", "--password", "pw", "call",
                     "port.config.get", "Gi 1/1"});
     EXPECT_EQ(server.last().authorization, "Basic b3BzOnB3");  // ops:pw
-
-    // Nothing listens on a port that was just closed.
-    std::string closed_url;
-    {
-        zolt_test::TestServer gone;
-        closed_url = gone.url();
-    }
-    expect_exit(run_in_process({"--url", closed_url, "call", "port.config.get", "Gi 1/1"}), 3,
-                "zolt: Post error (Couldn't connect to server)\n");
 }
 
 // --- the program itself -----------------------------------------------------------------------
@@ -389,7 +358,6 @@ TEST(CliCompletion, TheBashScriptLoadsAndCompletes) {
     EXPECT_NE(r.out.find("commands: call\n"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("methods: port.config.get\n"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("tables: port.config\n"), std::string::npos) << r.out;
-    EXPECT_EQ(run_in_process({"completion", "zsh"}).status, 2);
 }
 
 // --- every typed function ------------------------------------------------------------------

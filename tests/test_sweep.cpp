@@ -13,9 +13,9 @@
 #include <string>
 
 #include "client/zoltclient.h"
-#include "sim/simulator.h"
 #include "support/expect.h"
 #include "support/sweep.h"
+#include "support/switch.h"
 #include "support/test_server.h"
 #include "tools/invoke.h"
 
@@ -49,31 +49,11 @@ Rows rows_of(const Json::Value& snapshot) {
     return rows;
 }
 
-class Sweep : public ::testing::Test {
-protected:
-    static void SetUpTestSuite() {
-        simulator = new zolt_sim::Simulator();
-        simulator->start();
-    }
-    static void TearDownTestSuite() {
-        delete simulator;
-        simulator = nullptr;
-    }
-    void SetUp() override {
-        const rest_conn_t conn = zolt_test::make_conn(simulator->url(), 5, "admin", "admin");
-        handle = zoltclient_init(&conn);
-        ASSERT_NE(handle, nullptr);
-    }
-    void TearDown() override { zoltclient_deinit(handle); }
-
-    static zolt_sim::Simulator* simulator;
-    void* handle = nullptr;
-};
-
-zolt_sim::Simulator* Sweep::simulator = nullptr;
-
-TEST_F(Sweep, EveryTypedFunctionGetsTheExactAnswerOfTheSwitchsState) {
-    Rows rows = rows_of(simulator->model().snapshot());
+TEST(Sweep, EveryTypedFunctionGetsTheExactAnswerOfTheSwitchsState) {
+    zolt_test::Switch sw;
+    void* handle = sw.handle();
+    zolt_sim::Model& model = sw.simulator().model();
+    Rows rows = rows_of(model.snapshot(model.now()));
     std::set<std::string> shapes_seen;
     int round_trips = 0;
     for (std::size_t i = 0; i < zolt_test::kSweepCount; ++i) {
@@ -117,7 +97,8 @@ TEST_F(Sweep, EveryTypedFunctionGetsTheExactAnswerOfTheSwitchsState) {
         if (code != 0) continue;
 
         if (shape == "set" || shape == "add" || shape == "del" || shape == "bare") {
-            rows = rows_of(simulator->model().snapshot());  // writes may reach other tables
+            // Writes may reach other tables.
+            rows = rows_of(model.snapshot(model.now()));
         }
         if (call.expected != nullptr) {
             EXPECT_EQ(compact(output), compact(zolt_test::json(call.expected)))

@@ -5,19 +5,16 @@
 #include <json/json.h>
 
 #include <map>
-#include <stdexcept>
 #include <string>
 #include <tuple>
 #include <vector>
 
 #include "client/zoltclient.h"
-#include "support/expect.h"
 #include "support/test_server.h"
 
 namespace {
 
 using zolt_test::ClientTest;
-using zolt_test::runtime_error_of;
 
 // --- the return convention ---------------------------------------------------------------------
 
@@ -69,19 +66,6 @@ TEST_F(ReturnConvention, MethodsWithoutOutputNeverLookAtTheResult) {
 // --- decoding into the caller's output -----------------------------------------------------------
 
 class Decoding : public ClientTest {};
-
-TEST_F(Decoding, AGetAllResultMustBeAnArray) {
-    std::map<std::string, zolt_appl_port_mib_conf_t> table;
-    for (const char* result : {"null", "{}", R"({"key":"Gi 1/1","val":{}})", "1"}) {
-        server.respond_result(result);
-        EXPECT_EQ(runtime_error_of([&] { zolt_port_config_get(handle(), &table); }),
-                  "Result is not an array")
-            << result;
-    }
-    // The error test comes first: a refusal with a non-array result is only a code.
-    server.respond_error(R"({"code":4})");
-    EXPECT_EQ(zolt_port_config_get(handle(), &table), 4);
-}
 
 TEST_F(Decoding, GetAllMergesIntoThePrefilledMap) {
     std::map<std::tuple<unsigned short, zolt_mac_t>, zolt_appl_mac_stack_addr_entry_t> table;

@@ -2,8 +2,9 @@
 
 // A running simulator on a free port of 127.0.0.1 and one library handle on it, logged in with
 // the simulator's starting account. The handle is closed before the simulator stops, as an
-// application would.
+// application would. And a clock for the switch that the test steps by hand.
 
+#include <atomic>
 #include <utility>
 
 #include "client/zoltclient.h"
@@ -33,6 +34,19 @@ public:
 private:
     zolt_sim::Simulator simulator_;
     void* handle_ = nullptr;
+};
+
+// The switch's time when Options::clock is source(): it stands still until advanced.
+class ManualClock {
+public:
+    using Clock = zolt_sim::Model::Clock;
+    zolt_sim::Model::TimeSource source() {
+        return [this] { return now_.load(); };
+    }
+    void advance(Clock::duration by) { now_ = now_.load() + by; }
+
+private:
+    std::atomic<Clock::time_point> now_{Clock::now()};
 };
 
 }  // namespace zolt_test

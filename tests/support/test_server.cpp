@@ -20,12 +20,9 @@ TestServer::TestServer() {
     // Headers and body go out in separate writes; without this, Nagle's algorithm holds the
     // body back until the client's delayed acknowledgement, some 40 ms per answer.
     server_.set_tcp_nodelay(true);
-    const auto serve = [this](const httplib::Request& request, httplib::Response& response) {
-        this->serve(request, response);
-    };
-    server_.Post(".*", serve);
-    server_.Get(".*", serve);
-    server_.Put(".*", serve);
+    server_.Post(".*", [this](const httplib::Request& request, httplib::Response& response) {
+        serve(request, response);
+    });
 
     port_ = server_.bind_to_any_port("127.0.0.1");
     if (port_ <= 0) throw std::runtime_error("test server: cannot bind 127.0.0.1");
@@ -69,11 +66,6 @@ void TestServer::handle(Handler fn) {
     handler_ = std::move(fn);
 }
 
-std::vector<Request> TestServer::requests() const {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return requests_;
-}
-
 Request TestServer::last() const {
     std::lock_guard<std::mutex> lock(mutex_);
     return requests_.empty() ? Request{} : requests_.back();
@@ -90,8 +82,7 @@ void TestServer::serve(const httplib::Request& request, httplib::Response& respo
         std::lock_guard<std::mutex> lock(mutex_);
         requests_.push_back(Request{
             request.method, request.path, request.body, request.get_header_value("User-Agent"),
-            request.get_header_value("Content-Type"), request.get_header_value("Authorization"),
-            request.remote_port});
+            request.get_header_value("Content-Type"), request.get_header_value("Authorization")});
         handler = handler_;
         if (!handler) {
             response.status = status_;

@@ -20,7 +20,6 @@ namespace zolt_test {
 
 struct Request {
     std::string method, path, body, user_agent, content_type, authorization;
-    int remote_port = 0;  // tells whether two requests came over one TCP connection
 };
 
 class TestServer {
@@ -44,7 +43,6 @@ public:
     // Replaces the fixed answer; requests are still recorded before it runs.
     void handle(Handler fn);
 
-    std::vector<Request> requests() const;
     Request last() const;  // an empty Request when nothing arrived
     std::size_t count() const;
 
