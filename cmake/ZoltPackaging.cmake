@@ -3,6 +3,7 @@
 #   libzolt-client-dev         (dev)     headers, CMake package, pkg-config file, reference pages
 #   zolt-tools                 (tools)   the zolt command line and zolt-switch-sim, with man pages
 #   python3-zolt               (python)  the Python package zolt, when ZOLT_PYTHON is on
+#   zolt-exporter              (exporter) the Prometheus exporter on it, likewise
 # Versions come from the project version; the binary packages' dependencies are computed from the
 # binaries by dpkg-shlibdeps, and the -dev package adds those of its headers.
 
@@ -10,9 +11,10 @@ set(zolt_runtime_package "libzolt-client${PROJECT_VERSION_MAJOR}")
 set(zolt_dev_package "libzolt-client-dev")
 set(zolt_tools_package "zolt-tools")
 set(zolt_python_package "python3-zolt")
+set(zolt_exporter_package "zolt-exporter")
 set(zolt_components runtime dev tools)
 if(ZOLT_PYTHON)
-    list(APPEND zolt_components python)
+    list(APPEND zolt_components python exporter)
 endif()
 
 # The programs and their manual pages.
@@ -125,5 +127,21 @@ addresses as Python classes, failures as exceptions, type stubs for mypy, an
 asyncio client (zolt.aio) and a pytest fixture that runs zolt-switch-sim
 (zolt.testing). Calls release the GIL, so threads on separate clients run
 in parallel.")
+
+set(CPACK_DEBIAN_EXPORTER_PACKAGE_NAME "${zolt_exporter_package}")
+set(CPACK_DEBIAN_EXPORTER_PACKAGE_SECTION net)
+set(CPACK_DEBIAN_EXPORTER_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_EXPORTER_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_DEBIAN_EXPORTER_PACKAGE_DEPENDS
+    "python3, ${zolt_python_package} (= ${PROJECT_VERSION}), python3-prometheus-client, python3-yaml")
+set(CPACK_DEBIAN_EXPORTER_PACKAGE_SUGGESTS "prometheus")
+set(CPACK_DEBIAN_EXPORTER_DESCRIPTION
+    "Prometheus exporter for managed Ethernet switches
+zolt-exporter reads the statistics and status tables of managed switches
+through libzolt-client and answers them in the Prometheus exposition
+format. It is a multi-target exporter: Prometheus names the switch and a
+module of the configuration in each probe. Every counter and status field
+of the switch's model is exported, with names, types, labels and help
+texts generated from the library's schema.")
 
 include(CPack)

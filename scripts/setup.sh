@@ -9,6 +9,7 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev
     dpkg-dev lintian
     pybind11-dev python3-dev python3-pytest mypy python3-requests
+    python3-prometheus-client python3-yaml prometheus
 )
 
 missing=()

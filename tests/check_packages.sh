@@ -28,10 +28,11 @@ runtime="$scratch/out/libzolt-client${soversion}_${version}_${arch}.deb"
 dev="$scratch/out/libzolt-client-dev_${version}_${arch}.deb"
 tools="$scratch/out/zolt-tools_${version}_${arch}.deb"
 python="$scratch/out/python3-zolt_${version}_${arch}.deb"
-# python3-zolt is made when the build has the binding (ZOLT_PYTHON).
+exporter="$scratch/out/zolt-exporter_${version}_all.deb"
+# python3-zolt and zolt-exporter are made when the build has the binding (ZOLT_PYTHON).
 debs=("$runtime" "$dev" "$tools")
 if grep -q '^ZOLT_PYTHON:BOOL=ON' "$build/CMakeCache.txt"; then
-    debs+=("$python")
+    debs+=("$python" "$exporter")
 fi
 for deb in "${debs[@]}"; do
     [ -f "$deb" ] || fail "missing $(basename "$deb"); cpack made: $(ls "$scratch/out")"
@@ -63,7 +64,8 @@ expect_file() {  # deb path-pattern
 # is what the build derives or installs. Missing fields and the like are lintian's part.
 for deb in "${debs[@]}"; do
     expect_field "$deb" Version "$version"
-    expect_field "$deb" Architecture "$arch"
+    # The exporter is a script: one package for every architecture.
+    [ "$deb" = "$exporter" ] || expect_field "$deb" Architecture "$arch"
     expect_file "$deb" "^\./usr/share/doc/$(field "$deb" Package)/copyright$"
 done
 # The library's own dependencies come from its binary: libcurl and JsonCpp at least.
@@ -81,7 +83,13 @@ expect_file "$dev" '/cmake/zolt-client/zolt-clientConfig\.cmake$'
 expect_file "$dev" '/share/doc/libzolt-client-dev/reference/port\.md$'
 expect_file "$tools" '^\./usr/bin/zolt-switch-sim$'
 expect_file "$tools" '^\./usr/share/man/man1/zolt-switch-sim\.1\.gz$'
-if [ ${#debs[@]} -eq 4 ]; then
+if [ ${#debs[@]} -eq 5 ]; then
+    expect_file "$exporter" '^\./usr/bin/zolt-exporter$'
+    expect_file "$exporter" '^\./usr/share/zolt-exporter/metrics\.json$'
+    expect_file "$exporter" '^\./usr/share/man/man1/zolt-exporter\.1\.gz$'
+    expect_file "$exporter" '^\./usr/lib/systemd/system/zolt-exporter\.service$'
+    expect_file "$exporter" '^\./usr/share/doc/zolt-exporter/metrics\.md$'
+    expect_file "$exporter" '^\./usr/share/doc/zolt-exporter/examples/zolt-exporter\.yml$'
     expect_field "$python" Package python3-zolt
     expect_field "$python" Section python
     expect_depends "$python" "libzolt-client${soversion} \\(= ${version}\\)" 'python3'
@@ -112,7 +120,14 @@ if [ -x "$root/usr/bin/zolt" ]; then
     "$root/usr/bin/zolt" --help >/dev/null || fail "zolt --help"
 fi
 
-if [ ${#debs[@]} -eq 4 ]; then
+if [ ${#debs[@]} -eq 5 ]; then
+    # The unpacked exporter finds its map beside it (../share/zolt-exporter) and serves.
+    printf 'modules:\n  default:\n    user: admin\n    password: admin\n' >"$scratch/exporter.yml"
+    PYTHONPATH="$root/usr/lib/python3/dist-packages" timeout 5 /usr/bin/python3 \
+        "$root/usr/bin/zolt-exporter" --config "$scratch/exporter.yml" --listen 127.0.0.1:0 \
+        >"$scratch/exporter.out" 2>&1 || true
+    grep -q '^listening on' "$scratch/exporter.out" ||
+        fail "zolt-exporter from zolt-exporter: $(cat "$scratch/exporter.out")"
     PYTHONPATH="$root/usr/lib/python3/dist-packages" /usr/bin/python3 -c \
         'import zolt, zolt.aio, zolt.testing; assert zolt.Client and zolt.zolt_appl_port_mib_conf_t' ||
         fail "import zolt from python3-zolt"

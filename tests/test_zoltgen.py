@@ -206,5 +206,117 @@ class Output(unittest.TestCase):
         self.assertNotIn("operator<(const zolt_demo_blob_t", header)
 
 
+METERED = """\
+family demo
+
+enum zolt_demo_state_t
+    0   "down"
+    1   "up"
+
+record zolt_demo_inner_t
+    "Octets"         u64
+    "Name"           string
+
+record zolt_demo_counters_t
+    "RxPkts"         u32
+    "RxTotal"        u64
+    "Inner"          zolt_demo_inner_t
+    "TimeoutSec"     u32
+    "PairB"          u16
+
+record zolt_demo_status_t
+    "Link"           bool
+    "State"          zolt_demo_state_t
+    "LoopCount"      u32
+    "Counter"        u32
+    "Mac"            zolt_mac_t
+
+record zolt_demo_route_t
+    "Network"        string
+    "PrefixSize"     u8
+
+tables
+    "demo.statistics.port"   string              -> zolt_demo_counters_t    per-port
+    "demo.status"            string, int         -> zolt_demo_status_t
+    "demo.status.route"      zolt_demo_route_t   -> unsigned int
+    "demo.status.global"     -                   -> zolt_demo_status_t
+    "demo.status.deep"       string, int, int    -> zolt_demo_status_t
+
+methods
+    "demo.statistics.port.get"  -   -> map<string, zolt_demo_counters_t>
+    "demo.status.get"           -   -> map<tuple<string, int>, zolt_demo_status_t>
+    "demo.status.route.get"     -   -> map<zolt_demo_route_t, unsigned int>
+    "demo.status.global.get"    -   -> zolt_demo_status_t
+    "demo.status.deep.get"      -   -> map<tuple<string, int, int>, zolt_demo_status_t>
+"""
+
+
+class Metrics(unittest.TestCase):
+    """The exporter's metric map: which tables, names by the Prometheus rules, types, labels."""
+
+    def test_metric_map(self):
+        import json
+        proc, produced = run({"ports/demo.schema": METERED})
+        self.assertEqual(proc.returncode, 0, proc.stderr)
+        data = json.loads(produced["exporter/metrics.json"])
+        tables = {t["table"]: t for t in data["tables"]}
+        # Three key members cannot be decoded: that table is not exported.
+        self.assertEqual(sorted(tables), ["demo.statistics.port", "demo.status",
+                                          "demo.status.global", "demo.status.route"])
+
+        def summary(table):
+            t = tables[table]
+            return ([(l["name"], l["member"], l["path"]) for l in t["labels"]],
+                    [(m["name"], m["type"], m["path"]) for m in t["metrics"]])
+
+        self.assertEqual(summary("demo.statistics.port"), (
+            [("interface", None, [])],
+            [("zolt_demo_statistics_port_rx_pkts", "counter", ["RxPkts"]),
+             ("zolt_demo_statistics_port_rx", "counter", ["RxTotal"]),
+             ("zolt_demo_statistics_port_inner_octets", "counter", ["Inner", "Octets"]),
+             ("zolt_demo_statistics_port_timeout_seconds", "counter", ["TimeoutSec"]),
+             ("zolt_demo_statistics_port_pairb", "counter", ["PairB"])]))
+        status = [("zolt_demo_status_link", "gauge", ["Link"]),
+                  ("zolt_demo_status_state", "stateset", ["State"]),
+                  ("zolt_demo_status_loop_count_value", "gauge", ["LoopCount"]),
+                  ("zolt_demo_status_value", "gauge", ["Counter"])]
+        self.assertEqual(summary("demo.status"),
+                         ([("interface", 0, []), ("demo", 1, [])], status))
+        self.assertEqual(summary("demo.status.global"),
+                         ([], [(n.replace("status", "status_global"), k, p)
+                               for n, k, p in status]))
+        self.assertEqual(summary("demo.status.route"), (
+            [("network", None, ["Network"]), ("prefix_size", None, ["PrefixSize"])],
+            [("zolt_demo_status_route", "gauge", [])]))
+        self.assertEqual(tables["demo.status"]["metrics"][1]["states"], ["down", "up"])
+        self.assertEqual(tables["demo.status"]["metrics"][0]["help"], 'demo.status "Link" (bool)')
+        self.assertEqual(tables["demo.status"]["method"], "demo_status_get")
+        self.assertTrue(tables["demo.status.global"]["singleton"])
+        page = produced["docs/metrics.md"]
+        self.assertIn("| `zolt_demo_statistics_port_rx_pkts_total` | counter |", page)
+        self.assertIn("| `zolt_demo_status_state` | state set |", page)
+
+
+    def test_two_fields_of_one_metric_name_are_refused(self):
+        proc, produced = run({"ports/demo.schema": """\
+            family demo
+
+            record zolt_demo_t
+                "RxPkts"    u32
+                "rx_pkts"   u32
+
+            tables
+                "demo.statistics"   -   -> zolt_demo_t
+
+            methods
+                "demo.statistics.get"   -   -> zolt_demo_t
+            """})
+        self.assertEqual(proc.returncode, 1)
+        self.assertEqual(proc.stderr, "zoltgen: schema/ports/demo.schema:8: metric "
+                         "zolt_demo_statistics_rx_pkts of demo.statistics is also one of "
+                         "demo.statistics\n")
+        self.assertFalse(produced)
+
+
 if __name__ == "__main__":
     unittest.main()

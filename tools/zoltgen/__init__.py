@@ -39,6 +39,11 @@ removed or renamed) is deleted, with DIR/outputs.txt as the record of what was w
   emit_stubs   python/zolt/_zolt.pyi, python/zolt/aio.pyi
                                            PYTHON_FILES: the binding's type stubs
 
+  metrics      exporter/metrics.json       EXPORTER_FILES: the exporter's metric map (metrics.py):
+                                           every statistics and status table read whole, its
+                                           read method, labels and metrics
+               docs/metrics.md             DOCS: the exporter's metric reference page
+
 ZOLT_GENERATED_OUTPUTS lists every file of every category.
 
 Adding an output is adding a module with `emit(model)` and naming it in EMITTERS.
@@ -52,7 +57,8 @@ import sys
 
 from .model import SchemaError, load
 
-EMITTERS = ["cpp", "sim", "invoke", "cli", "sweep", "docs", "state", "emit_python", "emit_stubs"]
+EMITTERS = ["cpp", "sim", "invoke", "cli", "sweep", "docs", "state", "emit_python", "emit_stubs",
+            "metrics"]
 
 
 def write_if_changed(path, text):
@@ -136,5 +142,10 @@ def main(argv=None):
         return 0
     if not ns.out:
         ap.error("--out is required unless --check is given")
-    write_tree(os.path.abspath(ns.out), generate(model), ns.stamp)
+    try:
+        files = generate(model)
+    except SchemaError as e:     # a schema that an output cannot represent (metric names)
+        print(f"zoltgen: {e}", file=sys.stderr)
+        return 1
+    write_tree(os.path.abspath(ns.out), files, ns.stamp)
     return 0
