@@ -87,11 +87,11 @@ rest_response_t* post(zoltclient* client, const char* method, const Json::Value&
     return response;
 }
 
-const char* passing_body(const rest_response_t* response, std::size_t* length) {
+char* passing_body(rest_response_t* response, std::size_t* length) {
     const unsigned long status = static_cast<unsigned long>(response->status);
     if (!((status >= 200 && status <= 299) || (status >= 500 && status <= 599))) return nullptr;
     *length = rest_body_length(response);
-    return response->body != nullptr ? response->body : "";
+    return response->body;
 }
 
 Json::Value exchange(zoltclient* client, const char* method, const Json::Value& params) {

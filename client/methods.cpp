@@ -6,8 +6,12 @@
 #include <utility>
 
 #include "client/errors.h"
+#include "client/rest_internal.h"
 
 namespace zolt {
+
+// The transport keeps the room after the answer's text that the direct decoder reads into.
+static_assert(kRestPadding >= fast::kPadding, "the answer buffer's padding is too short");
 
 int error_code(const Json::Value& error) {
     if (!error.isObject()) return -1;
@@ -25,7 +29,7 @@ int call_params(void* handle, const char* method, const Json::Value& params, Dec
 
 int read_result(rest_response_t* response, Decoder decode, DirectDecoder direct, void* out) {
     std::size_t length = 0;
-    const char* text = direct != nullptr ? passing_body(response, &length) : nullptr;
+    char* text = direct != nullptr ? passing_body(response, &length) : nullptr;
     bool decoded = false;
     try {
         decoded = text != nullptr && direct(text, length, out);

@@ -159,8 +159,8 @@ std::size_t rest_append_chunk(const char* data, std::size_t size, std::size_t co
     const void* nul = n != 0 ? memchr(data, '\0', n) : nullptr;
     const std::size_t take =
         nul != nullptr ? static_cast<std::size_t>(static_cast<const char*>(nul) - data) : n;
-    if (take > SIZE_MAX - 1 - text.length) return 0;
-    const std::size_t needed = text.length + take + 1;
+    if (take > SIZE_MAX - 1 - kRestPadding - text.length) return 0;
+    const std::size_t needed = text.length + take + 1 + kRestPadding;
 
     if (target == nullptr) {
         // Headers arrive a line at a time: one first block holds a usual set of them, or a

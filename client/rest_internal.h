@@ -11,8 +11,13 @@
 // chunk be appended without measuring what was collected before it.
 struct rest_collected_text {
     std::size_t length;    // characters before the terminating NUL
-    std::size_t capacity;  // bytes allocated
+    std::size_t capacity;  // bytes allocated: at least length + 1 + kRestPadding
 };
+
+// Bytes kept allocated after the body's terminating NUL: the answer decoder reads whole blocks
+// and may look this far past the text, which is then never copied to give it that room. Their
+// content is undefined.
+constexpr std::size_t kRestPadding = 64;
 
 struct rest_response_record {
     rest_response_t response;
@@ -41,7 +46,7 @@ std::size_t rest_body_length(const rest_response_t* response);
 
 // Appends one chunk to `header` (is_header) or `body` as text: at most size * count bytes,
 // ending early at the first NUL byte, whose chunk's remainder is dropped. The collected text
-// stays NUL-terminated and never holds a NUL. Returns size * count, all bytes taken, or 0 when
+// stays NUL-terminated, never holds a NUL, and has kRestPadding allocated bytes after the NUL. Returns size * count, all bytes taken, or 0 when
 // memory is exhausted, which makes libcurl abort the transfer.
 std::size_t rest_append_chunk(const char* data, std::size_t size, std::size_t count,
                               rest_response_t* response, bool is_header);

@@ -222,20 +222,31 @@ std::string get_all_case(const std::string& text) {
     return compare_get_all(text, filled_table<K, V>(text));
 }
 
+// The text and the room after it that the direct decoder may read, filled with closing brackets,
+// which a parser that ran past the text would take for the end of what it reads.
+inline std::string padded(const std::string& text) {
+    std::string out = text;
+    out.resize(text.size() + zolt::fast::kPadding, ']');
+    return out;
+}
+
 template <class Out>
 bool get_direct(const std::string& text) {
     Out out{};
-    return zolt::fast::get(text.c_str(), text.size(), out);
+    std::string buffer = padded(text);
+    return zolt::fast::get(buffer.data(), text.size(), out);
 }
 
 template <class K, class V>
 bool get_all_direct(const std::string& text) {
     std::map<K, V> out;
-    return zolt::fast::get_all(text.c_str(), text.size(), out);
+    std::string buffer = padded(text);
+    return zolt::fast::get_all(buffer.data(), text.size(), out);
 }
 
 inline bool call_direct(const std::string& text) {
-    return zolt::fast::call(text.c_str(), text.size());
+    std::string buffer = padded(text);
+    return zolt::fast::call(buffer.data(), text.size());
 }
 
 inline const Case* cases(std::size_t* count) {
