@@ -204,6 +204,22 @@ TEST(RestResponse, TwoPostsShareTheConnectionButNotTheirText) {
     EXPECT_EQ(requests[0].remote_port, requests[1].remote_port) << "connection not kept alive";
 }
 
+TEST(RestResponse, AnAnnouncedBodyIsCollectedInOneBlockWithRoomAfterIt) {
+    TestServer server;
+    Handle handle = open(make_conn(server.url()));
+    ASSERT_NE(handle, nullptr);
+    // Many of libcurl's chunks, announced by Content-Length: no growth, whatever the chunks.
+    const std::string body(3 << 20, 'x');
+    server.respond(200, body, "text/plain");
+    Response response = post(handle, "{}");
+    ASSERT_NE(response, nullptr);
+    const auto& record = *reinterpret_cast<const rest_response_record*>(response.get());
+    EXPECT_EQ(record.body.length, body.size());
+    EXPECT_EQ(record.body.capacity, body.size() + 1 + kRestPadding);
+    EXPECT_EQ(response->body, body);
+    EXPECT_EQ(record.curl, nullptr) << "the record keeps no way to the handle";
+}
+
 // ---- Failures ----------------------------------------------------------------------------
 
 TEST(RestFailure, AnAnswerStalledOrCutShortGivesNullAndTheNextPostWorks) {
@@ -346,12 +362,13 @@ TEST_F(ChunkAppend, AnEmptyFirstChunkStillGivesText) {
     EXPECT_STREQ(response->body, "");
 }
 
-TEST_F(ChunkAppend, GrowsGeometrically) {
+TEST_F(ChunkAppend, GrowsGeometricallyAndKeepsRoomAfterTheText) {
     std::string chunk(1000, 'z');
     std::size_t reallocations = 0;
     std::size_t capacity = 0;
     for (int i = 0; i < 1000; ++i) {
         ASSERT_EQ(rest_write_cb(chunk.data(), 1, chunk.size(), response), chunk.size());
+        ASSERT_GE(record().body.capacity, record().body.length + 1 + kRestPadding);
         if (record().body.capacity != capacity) {
             ++reallocations;
             capacity = record().body.capacity;
@@ -360,6 +377,19 @@ TEST_F(ChunkAppend, GrowsGeometrically) {
     EXPECT_EQ(record().body.length, 1000u * 1000u);
     EXPECT_EQ(std::strlen(response->body), 1000u * 1000u);
     EXPECT_LE(reallocations, 12u);
+}
+
+TEST_F(ChunkAppend, AnAnnouncedLengthSizesTheFirstBlockUnlessItIsImplausible) {
+    reinterpret_cast<rest_response_record*>(response)->body.expected = 100000;
+    ASSERT_EQ(rest_append_chunk("ab", 1, 2, response, false), 2u);
+    EXPECT_EQ(record().body.capacity, 100000u + 1 + kRestPadding);
+
+    rest_response_t* other = rest_response_alloc();
+    reinterpret_cast<rest_response_record*>(other)->body.expected = kRestLargestExpected + 1;
+    ASSERT_EQ(rest_append_chunk("ab", 1, 2, other, false), 2u);
+    EXPECT_LT(reinterpret_cast<rest_response_record*>(other)->body.capacity, 100000u);
+    EXPECT_STREQ(other->body, "ab");
+    rest_free_response(other);
 }
 
 TEST_F(ChunkAppend, ByteCountOverflowRefusesTheChunk) {
