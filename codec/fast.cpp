@@ -179,18 +179,23 @@ bool read_null(const Type&, const Scalar& json, void*) { return json.kind == Sca
 
 bool read_anything(const Type&, const Scalar&, void*) { return true; }
 
-constexpr Type scalar_type(bool (*read)(const Type&, const Scalar&, void*)) {
-    return Type{read, false, false, nullptr, nullptr, nullptr, nullptr};
+constexpr Type scalar_type(bool (*read)(const Type&, const Scalar&, void*),
+                           Type::Number number = Type::Number::any) {
+    return Type{read, false, false, nullptr, nullptr, nullptr, nullptr, number};
 }
 
+constexpr Type::Number kSigned = Type::Number::signed_integer;
+constexpr Type::Number kUnsigned = Type::Number::unsigned_integer;
+
+// "-0" is left to the tree where an unsigned integer is due: the parser refuses it there.
 const Type kBool = scalar_type(&read_bool);
-const Type kInt = scalar_type(&read_signed<int>);
-const Type kShort = scalar_type(&read_signed<short>);
-const Type kU8 = scalar_type(&read_unsigned<unsigned char>);
-const Type kU16 = scalar_type(&read_unsigned<unsigned short>);
-const Type kU32 = scalar_type(&read_unsigned<unsigned int>);
-const Type kU64 = scalar_type(&read_uint64);
-const Type kI64 = scalar_type(&read_int64);
+const Type kInt = scalar_type(&read_signed<int>, kSigned);
+const Type kShort = scalar_type(&read_signed<short>, kSigned);
+const Type kU8 = scalar_type(&read_unsigned<unsigned char>, kUnsigned);
+const Type kU16 = scalar_type(&read_unsigned<unsigned short>, kUnsigned);
+const Type kU32 = scalar_type(&read_unsigned<unsigned int>, kUnsigned);
+const Type kU64 = scalar_type(&read_uint64, kUnsigned);
+const Type kI64 = scalar_type(&read_int64, kSigned);
 const Type kString = scalar_type(&read_string);
 const Type kMac = scalar_type(&read_mac);
 const Type kBytes = scalar_type(&read_bytes);
@@ -200,24 +205,20 @@ const Type kNever{nullptr, false, false, nullptr, nullptr, nullptr, nullptr};
 
 // --- member names --------------------------------------------------------------------------------
 
-// True when the name is exactly `key`, compared with the text as it stands. Only for keys without
-// a quote or backslash and shorter than kPadding: the bytes compared then lie within the text or
-// its padding, and a match cannot be an escaped spelling, since the key's last byte is followed by
-// the closing quote.
-bool names(const Name& name, const char* key, std::size_t size) {
+// True when the name is exactly `key`, compared with the text as it stands: the words read lie
+// within the text or its padding, since the name starts inside the text.
+bool names(const Name& name, const QuotedKey& key) {
+    static_assert(kQuotedKeyBytes <= kPadding, "a key's words may reach past the text");
     const char* raw = name.raw;
-    std::size_t i = 0;
-    for (; i + 8 <= size; i += 8) {
-        std::uint64_t a;
-        std::uint64_t b;
-        std::memcpy(&a, raw + i, 8);
-        std::memcpy(&b, key + i, 8);
-        if (a != b) return false;
+    const unsigned last = key.count - 1;
+    for (unsigned i = 0; i < last; ++i) {
+        std::uint64_t word;
+        std::memcpy(&word, raw + 8 * i, 8);
+        if (word != key.words[i]) return false;
     }
-    for (; i < size; ++i) {
-        if (raw[i] != key[i]) return false;
-    }
-    return raw[size] == '"';
+    std::uint64_t word;
+    std::memcpy(&word, raw + 8 * last, 8);
+    return ((word ^ key.words[last]) & key.last_mask) == 0;
 }
 
 // The name's bytes, unescaped when it holds an escape; false when an escape is not JSON.
@@ -290,9 +291,8 @@ bool record_key(Frame& frame, Name& name) {
     const Record& record = *static_cast<const Record*>(frame.type->info);
     // Writers usually list members in key order, so the one after the last match comes first.
     std::size_t position = frame.cursor;
-    if (record.plain && position < record.count) {
-        const Field& field = record.fields[record.order[position]];
-        if (names(name, field.key, field.size)) {
+    if (position < record.count && record.quoted[position].usable) {
+        if (names(name, record.quoted[position])) {
             frame.cursor = position + 1;
             return mark(frame, record.order[position]);
         }
@@ -377,9 +377,14 @@ const Type kVlanMac{nullptr, false, true, nullptr, &vlan_mac_slot, &two_elements
 
 // Member 0 is "error", member 1 "result"; the frame's target is the result's slot. An escaped
 // spelling of either is the same member to the tree.
+const QuotedKey kErrorKey("error", 5);
+const QuotedKey kResultKey("result", 6);
+const QuotedKey kRowKey("key", 3);
+const QuotedKey kRowValue("val", 3);
+
 bool answer_key(Frame& frame, Name& name) {
-    if (names(name, "error", 5)) return mark(frame, 0);
-    if (names(name, "result", 6)) return mark(frame, 1);
+    if (names(name, kErrorKey)) return mark(frame, 0);
+    if (names(name, kResultKey)) return mark(frame, 1);
     std::string_view spelt;
     if (!spell(name, spelt)) return false;
     if (spelt_as(spelt, "error", 5)) return mark(frame, 0);
@@ -491,8 +496,24 @@ Slot never_slot(Frame&) { return Slot{&kNever, nullptr}; }
 // on its own: an empty array whose '[' is the slot's target.
 const Type kElsewhere{nullptr, false, true, nullptr, &never_slot, &always, nullptr};
 
+// An integer where only an integer is taken: no look at the value's form first.
+bool read_integer(od::value& value, const Type& type, void* target) {
+    Scalar json{Scalar::Kind::integer, false, false, 0, nullptr, 0};
+    if (type.number == Type::Number::unsigned_integer) {
+        if (value.get_uint64().get(json.magnitude) != simdjson::SUCCESS) return false;
+    } else {
+        std::int64_t number = 0;
+        if (value.get_int64().get(number) != simdjson::SUCCESS) return false;
+        json.negative = number < 0;
+        json.magnitude = json.negative ? std::uint64_t{0} - static_cast<std::uint64_t>(number)
+                                       : static_cast<std::uint64_t>(number);
+    }
+    return type.scalar(type, json, target);
+}
+
 bool read_value(od::value& value, const Slot& slot, std::size_t depth) {
     const Type& type = *slot.type;
+    if (type.number != Type::Number::any) return read_integer(value, type, slot.target);
     od::json_type kind;
     if (value.type().get(kind) != simdjson::SUCCESS) return false;
     switch (kind) {
@@ -681,8 +702,8 @@ bool always(Frame&) { return true; }
 bool two_elements(Frame& frame) { return frame.count >= 2; }
 
 bool row_key(Frame& frame, Name& name) {
-    if (names(name, "key", 3)) return mark(frame, 0);
-    if (names(name, "val", 3)) return mark(frame, 1);
+    if (names(name, kRowKey)) return mark(frame, 0);
+    if (names(name, kRowValue)) return mark(frame, 1);
     std::string_view spelt;
     if (!spell(name, spelt)) return false;
     if (spelt_as(spelt, "key", 3)) return mark(frame, 0);
@@ -691,25 +712,35 @@ bool row_key(Frame& frame, Name& name) {
     return true;
 }
 
+QuotedKey::QuotedKey(const char* key, std::size_t size) {
+    if (size + 1 > kQuotedKeyBytes || std::memchr(key, '"', size) != nullptr ||
+        std::memchr(key, '\\', size) != nullptr) {
+        return;
+    }
+    unsigned char bytes[kQuotedKeyBytes] = {};
+    unsigned char mask[kQuotedKeyBytes] = {};
+    std::memcpy(bytes, key, size);
+    bytes[size] = '"';
+    std::memset(mask, 0xff, size + 1);
+    count = static_cast<unsigned>((size + 1 + 7) / 8);
+    for (unsigned i = 0; i < count; ++i) std::memcpy(&words[i], bytes + 8 * i, 8);
+    std::memcpy(&last_mask, mask + 8 * (count - 1), 8);
+    usable = true;
+}
+
 Record::Record(const Field* fields_, std::size_t count_)
     : type{nullptr, true, false, &record_key, &record_slot, &record_close, this},
       fields(fields_),
       count(count_),
-      order(count_),
-      plain(true) {
+      order(count_) {
     for (std::size_t i = 0; i < count; ++i) order[i] = static_cast<unsigned short>(i);
     std::sort(order.begin(), order.end(), [this](unsigned short a, unsigned short b) {
         return compare_key(fields[a].key, fields[a].size, fields[b].key, fields[b].size) < 0;
     });
     // The seen-set holds 128 members; a larger record always takes the tree-based way.
     if (count > 128) type.objects = false;
-    for (std::size_t i = 0; i < count; ++i) {
-        const Field& field = fields[i];
-        if (field.size >= kPadding || std::memchr(field.key, '"', field.size) != nullptr ||
-            std::memchr(field.key, '\\', field.size) != nullptr) {
-            plain = false;
-        }
-    }
+    quoted.reserve(count);
+    for (unsigned short index : order) quoted.emplace_back(fields[index].key, fields[index].size);
 }
 
 const Type& any_value() { return kAny; }

@@ -72,6 +72,9 @@ struct Type {
     Slot (*slot)(Frame& frame);   // the place of the next member or element
     bool (*close)(Frame& frame);  // the object or array is complete
     const void* info;             // what the functions above need to know of the type
+    // Integers only (with `scalar` taking no other form): the walk asks the parser for one
+    // straight away, of this sign.
+    enum class Number { any, unsigned_integer, signed_integer } number = Number::any;
 };
 
 // One open object or array.
@@ -175,6 +178,20 @@ Field timestamp_field(const char* key) {
     return Field{key, std::strlen(key), &timestamp_slot<M>};
 }
 
+// A key followed by its closing quote, in 8-byte words, to be compared with the bytes of a member
+// name where it stands in the text. Keys up to kQuotedKeyBytes - 1 bytes without a quote or
+// backslash; a match then cannot be an escaped spelling, since the key's bytes end at the quote.
+constexpr std::size_t kQuotedKeyBytes = 48;
+struct QuotedKey {
+    QuotedKey() = default;
+    QuotedKey(const char* key, std::size_t size);  // `usable` tells whether the key fits
+
+    std::uint64_t words[kQuotedKeyBytes / 8] = {};
+    std::uint64_t last_mask = 0;  // the bytes of the last word that belong to the key
+    unsigned count = 0;           // words used
+    bool usable = false;
+};
+
 // A record's members and their key order; `type` is what its fast_type returns. Lives in static
 // storage, built once.
 struct Record {
@@ -186,8 +203,7 @@ struct Record {
     const Field* fields;
     std::size_t count;
     std::vector<unsigned short> order;  // member indexes sorted by key bytes
-    bool plain;  // no key holds a quote or backslash or is near kPadding long: each can be
-                 // compared with a name's bytes in the text as they stand
+    std::vector<QuotedKey> quoted;      // the keys in that order
 };
 
 // --- enumerations --------------------------------------------------------------------------------
