@@ -739,8 +739,10 @@ Record::Record(const Field* fields_, std::size_t count_)
     });
     // The seen-set holds 128 members; a larger record always takes the tree-based way.
     if (count > 128) type.objects = false;
-    quoted.reserve(count);
-    for (unsigned short index : order) quoted.emplace_back(fields[index].key, fields[index].size);
+    quoted.resize(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        quoted[i] = QuotedKey(fields[order[i]].key, fields[order[i]].size);
+    }
 }
 
 const Type& any_value() { return kAny; }

@@ -65,8 +65,8 @@ done
 expect_field "$runtime" Section libs
 expect_field "$dev" Section libdevel
 expect_field "$tools" Section net
-# The library's own dependencies come from its binary: libcurl and JsonCpp at least.
-expect_depends "$runtime" 'libcurl4' 'libjsoncpp25' 'libc6' 'libstdc\+\+6'
+# The library's own dependencies come from its binary: libcurl, JsonCpp and simdjson at least.
+expect_depends "$runtime" 'libcurl4' 'libjsoncpp25' 'libsimdjson14' 'libc6' 'libstdc\+\+6'
 expect_depends "$dev" "libzolt-client${soversion} \\(= ${version}\\)" libjsoncpp-dev \
     libcurl4-openssl-dev
 expect_depends "$tools" "libzolt-client${soversion} \\(= ${version}\\)" 'libc6'
