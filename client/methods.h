@@ -65,9 +65,7 @@ void decode_rows(const Json::Value& result, void* out) {
     parse(result, *static_cast<std::map<K, V>*>(out));
 }
 
-inline bool direct_none(char* text, std::size_t length, void*) {
-    return fast::call(text, length);
-}
+inline bool direct_none(char* text, std::size_t length, void*) { return fast::call(text, length); }
 
 template <class Out>
 bool direct_into(char* text, std::size_t length, void* out) {

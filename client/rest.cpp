@@ -22,7 +22,8 @@ constexpr std::uintptr_t kHugePage = std::uintptr_t{2} << 20;
 // ordinary pages.
 void ask_huge_pages(char* block, std::size_t size) {
     if (size < kHugeBlock) return;
-    const std::uintptr_t begin = (reinterpret_cast<std::uintptr_t>(block) + kHugePage - 1) & ~(kHugePage - 1);
+    const std::uintptr_t begin =
+        (reinterpret_cast<std::uintptr_t>(block) + kHugePage - 1) & ~(kHugePage - 1);
     const std::uintptr_t end = (reinterpret_cast<std::uintptr_t>(block) + size) & ~(kHugePage - 1);
     if (end > begin) (void)madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
 }

@@ -55,8 +55,8 @@ std::size_t rest_body_length(const rest_response_t* response);
 // stays NUL-terminated, never holds a NUL, and has kRestPadding allocated bytes after the NUL.
 // The first block holds the text's `expected` length when one is set, so that an announced
 // answer is collected without growing; a block of several megabytes is asked for huge pages,
-// which spares its collection one page fault every 4 KiB. Returns size * count, all bytes taken, or 0 when
-// memory is exhausted, which makes libcurl abort the transfer.
+// which spares its collection one page fault every 4 KiB. Returns size * count, all bytes taken, or
+// 0 when memory is exhausted, which makes libcurl abort the transfer.
 std::size_t rest_append_chunk(const char* data, std::size_t size, std::size_t count,
                               rest_response_t* response, bool is_header);
 

@@ -445,8 +445,9 @@ bool read_scalar(od::value& value, od::json_type kind, const Type& type, void* t
                 std::int64_t number = 0;
                 if (value.get_int64().get(number) != simdjson::SUCCESS) return false;
                 json.negative = number < 0;
-                json.magnitude = json.negative ? std::uint64_t{0} - static_cast<std::uint64_t>(number)
-                                               : static_cast<std::uint64_t>(number);
+                json.magnitude = json.negative
+                                     ? std::uint64_t{0} - static_cast<std::uint64_t>(number)
+                                     : static_cast<std::uint64_t>(number);
             } else if (value.get_uint64().get(json.magnitude) != simdjson::SUCCESS) {
                 return false;
             }
@@ -598,7 +599,8 @@ bool find_array(const char* text, std::size_t size, std::size_t& open, std::size
     static const char kName[] = "\"result\"";
     const void* name = memmem(text, size, kName, sizeof kName - 1);
     if (name == nullptr) return false;
-    std::size_t i = static_cast<std::size_t>(static_cast<const char*>(name) - text) + sizeof kName - 1;
+    std::size_t i =
+        static_cast<std::size_t>(static_cast<const char*>(name) - text) + sizeof kName - 1;
     while (i < size && is_blank(text[i])) ++i;
     if (i == size || text[i] != ':') return false;
     ++i;

@@ -66,12 +66,12 @@ struct Slot {
 // certainty (the whole answer then goes the tree-based way).
 struct Type {
     bool (*scalar)(const Type& self, const Scalar& json, void* target);
-    bool objects;  // an object may stand where a value of this type is due
-    bool arrays;   // an array may
+    bool objects;                           // an object may stand where a value of this type is due
+    bool arrays;                            // an array may
     bool (*key)(Frame& frame, Name& name);  // picks the member; false refuses the answer
-    Slot (*slot)(Frame& frame);   // the place of the next member or element
-    bool (*close)(Frame& frame);  // the object or array is complete
-    const void* info;             // what the functions above need to know of the type
+    Slot (*slot)(Frame& frame);             // the place of the next member or element
+    bool (*close)(Frame& frame);            // the object or array is complete
+    const void* info;                       // what the functions above need to know of the type
     // Integers only (with `scalar` taking no other form): the walk asks the parser for one
     // straight away, of this sign.
     enum class Number { any, unsigned_integer, signed_integer } number = Number::any;

@@ -142,8 +142,9 @@ TEST(FastDecode, EveryVariantDecodesAsTheTreeDoesWithWindowEdgesEverywhere) {
         zolt::fast::set_window(window);
         for (std::size_t i = 0; i < count; ++i) {
             for (const std::string& text : variants(cases[i].seed())) {
-                EXPECT_EQ(cases[i].compare(text), "") << cases[i].name << " window " << window
-                                                      << "\n" << text;
+                EXPECT_EQ(cases[i].compare(text), "")
+                    << cases[i].name << " window " << window << "\n"
+                    << text;
             }
         }
     }
@@ -153,16 +154,49 @@ TEST(FastDecode, EveryVariantDecodesAsTheTreeDoesWithWindowEdgesEverywhere) {
 // Each integer form at and past the edges of every width, in every spelling JSON and JsonCpp
 // give a number.
 TEST(FastDecode, NumbersAtEveryWidthsEdgeDecodeAsTheTreeDoes) {
-    const char* const numbers[] = {
-        "0", "-0", "1", "-1", "127", "128", "-128", "-129", "255", "256", "32767", "32768",
-        "-32768", "-32769", "65535", "65536", "2147483647", "2147483648", "-2147483648",
-        "-2147483649", "4294967295", "4294967296", "9223372036854775807", "9223372036854775808",
-        "-9223372036854775808", "-9223372036854775809", "18446744073709551615",
-        "18446744073709551616", "99999999999999999999", "00", "01", "-01", "1.0", "1e0", "1E+2",
-        "-", "+1", "0x10", "1 ", " 1"};
-    for (const char* name : {"bool", "unsigned char", "unsigned short", "unsigned int",
-                             "unsigned long long", "short", "int", "long long",
-                             "u16 key and value"}) {
+    const char* const numbers[] = {"0",
+                                   "-0",
+                                   "1",
+                                   "-1",
+                                   "127",
+                                   "128",
+                                   "-128",
+                                   "-129",
+                                   "255",
+                                   "256",
+                                   "32767",
+                                   "32768",
+                                   "-32768",
+                                   "-32769",
+                                   "65535",
+                                   "65536",
+                                   "2147483647",
+                                   "2147483648",
+                                   "-2147483648",
+                                   "-2147483649",
+                                   "4294967295",
+                                   "4294967296",
+                                   "9223372036854775807",
+                                   "9223372036854775808",
+                                   "-9223372036854775808",
+                                   "-9223372036854775809",
+                                   "18446744073709551615",
+                                   "18446744073709551616",
+                                   "99999999999999999999",
+                                   "00",
+                                   "01",
+                                   "-01",
+                                   "1.0",
+                                   "1e0",
+                                   "1E+2",
+                                   "-",
+                                   "+1",
+                                   "0x10",
+                                   "1 ",
+                                   " 1"};
+    for (const char* name :
+         {"bool", "unsigned char", "unsigned short", "unsigned int", "unsigned long long", "short",
+          "int", "long long", "u16 key and value"}) {
         const Case& c = case_named(name);
         for (const char* number : numbers) {
             const std::string value = number;
@@ -192,8 +226,9 @@ TEST(FastDecode, NumbersAtEveryWidthsEdgeDecodeAsTheTreeDoes) {
 // Text that is not UTF-8 is read by the tree byte for byte; the parser refuses it, so the answer
 // must come back the tree's way, wherever the bytes stand.
 TEST(FastDecode, TextThatIsNotUtf8DecodesAsTheTreeDoes) {
-    const char* const bytes[] = {"\xff", "\xc3", "\xc0\xaf", "\xed\xa0\x80", "\xf4\x90\x80\x80",
-                                 "\xe2\x82", "caf\xc3\xa9", "\x80"};
+    const char* const bytes[] = {
+        "\xff",     "\xc3",        "\xc0\xaf", "\xed\xa0\x80", "\xf4\x90\x80\x80",
+        "\xe2\x82", "caf\xc3\xa9", "\x80"};
     const Case& strings = case_named("list of string");
     const Case& table = case_named("table of counters");
     const Case& call = case_named("call");
@@ -205,8 +240,7 @@ TEST(FastDecode, TextThatIsNotUtf8DecodesAsTheTreeDoes) {
                       zolt_fast_cases::value_of("port.statistics.rmon.get")))),
                   "")
             << text;
-        EXPECT_EQ(call.compare("{\"error\":null,\"x\":\"" + text + "\",\"result\":1}"), "")
-            << text;
+        EXPECT_EQ(call.compare("{\"error\":null,\"x\":\"" + text + "\",\"result\":1}"), "") << text;
         EXPECT_EQ(call.compare("{\"error\":null,\"" + text + "\":1,\"result\":1}"), "") << text;
         const bool valid = std::string(b) == "caf\xc3\xa9";
         EXPECT_EQ(strings.direct(zolt_fast_cases::answer("[\"" + text + "\"]")), valid) << text;
@@ -225,9 +259,9 @@ TEST(FastDecode, DeepAndWideAnswersDecodeAsTheTreeDoes) {
         for (int i = 0; i < depth; ++i) objects += "{\"a\":";
         objects += "1" + std::string(depth, '}');
         EXPECT_EQ(call.compare(zolt_fast_cases::answer(objects)), "") << depth;
-        const std::string row = "{\"key\":\"Gi 1/1\",\"val\":" +
-                                zolt_fast_cases::value_of("port.statistics.rmon.get") +
-                                ",\"deep\":" + deep + "}";
+        const std::string row =
+            "{\"key\":\"Gi 1/1\",\"val\":" + zolt_fast_cases::value_of("port.statistics.rmon.get") +
+            ",\"deep\":" + deep + "}";
         EXPECT_EQ(table.compare(zolt_fast_cases::answer("[" + row + "]")), "") << depth;
     }
     EXPECT_TRUE(call.direct(zolt_fast_cases::answer(std::string(60, '[') + std::string(60, ']'))));
