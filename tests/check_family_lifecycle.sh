@@ -58,7 +58,9 @@ fail() { echo "family lifecycle: $*" >&2; exit 1; }
 
 build
 gen="$scratch/build/gen"
-nm -D --defined-only "$scratch/build/libzolt-client.so" | grep -q zolt_synthetic_config_port_set ||
+# The symbol list is read whole first: grep -q stops at its match, and under pipefail the writer
+# cut off by that would fail the check.
+grep -q zolt_synthetic_config_port_set <<<"$(nm -D --defined-only "$scratch/build/libzolt-client.so")" ||
     fail "the library does not export the new family"
 [ -f "$gen/docs/synthetic.md" ] || fail "no reference page"
 grep -q '"synthetic.config.member.add"' "$gen/tests/sweep.cpp" || fail "the sweep misses it"
@@ -73,8 +75,9 @@ for _ in $(seq 100); do
     sleep 0.1
 done
 [ -n "$address" ] || fail "the simulator did not start"
-ZOLT_URL="http://$address/" ZOLT_USER=admin ZOLT_PASSWORD=admin \
-    "$scratch/build/cli/zolt" call synthetic.config.port.get "Gi 1/1" | grep -q '"Mode" : "off"' ||
+answer=$(ZOLT_URL="http://$address/" ZOLT_USER=admin ZOLT_PASSWORD=admin \
+    "$scratch/build/cli/zolt" call synthetic.config.port.get "Gi 1/1") || answer=
+grep -q '"Mode" : "off"' <<<"$answer" ||
     fail "the simulator does not serve the new family"
 kill $sim
 "$scratch/build/tests/zolt_tests" --gtest_filter='Sweep.*:Cli.EveryTypedFunctionIsReachableThroughCall' >"$scratch/sweep.log" 2>&1 ||
@@ -85,7 +88,7 @@ rm "$family"
 build
 left=$(grep -rl synthetic "$gen" || true)
 [ -z "$left" ] || fail "outputs of the removed family remain: $left"
-if nm -D --defined-only "$scratch/build/libzolt-client.so" | grep -q synthetic; then
+if grep -q synthetic <<<"$(nm -D --defined-only "$scratch/build/libzolt-client.so")"; then
     fail "the library still exports the removed family"
 fi
 rm -rf "$scratch"
