@@ -4,8 +4,10 @@
 //      port counters ("port.statistics.rmon.get"), through the library and through a bare
 //      libcurl + JsonCpp client that sends the same request and decodes the same way, each on
 //      its one kept-alive connection to a server on 127.0.0.1 that answers with fixed text; the
-//      two run in alternating rounds and each figure is the fastest round; client and server
-//      threads share one CPU;
+//      keyed get also against the transport's floor, libcurl with the library's own option list
+//      posting the same request text and keeping the answer's bytes; each pair runs in
+//      alternating rounds and each figure is the fastest round; client and server threads share
+//      one CPU;
 //   2. decode time of 1k/10k/100k-row answers, the direct decoder and the JSON tree;
 //   3. peak memory of the 100k-row decode, each way in a child process of its own: the growth
 //      of the resident set's high-water mark from the collected answer to the decoded table
@@ -35,6 +37,7 @@
 
 #include "bench/local_server.h"
 #include "client/methods.h"
+#include "client/request.h"
 #include "client/rest_internal.h"
 #include "client/zoltclient.h"
 #include "fast/families.h"
@@ -165,6 +168,55 @@ private:
     std::string body_;
 };
 
+// --- the transport floor: libcurl with the library's own option list, nothing else ---------------
+
+std::size_t keep_body(char* data, std::size_t size, std::size_t count, void* user) {
+    static_cast<std::string*>(user)->append(data, size * count);
+    return size * count;
+}
+
+std::size_t skip_header(char*, std::size_t size, std::size_t count, void*) { return size * count; }
+
+// Posts one fixed request text and keeps the answer's bytes in a reused buffer: what any client
+// of this transport pays per call, with the options client/rest.cpp sets and no others.
+class FloorClient {
+public:
+    FloorClient(const std::string& url, std::string request) : request_(std::move(request)) {
+        curl_ = curl_easy_init();
+        headers_ = curl_slist_append(nullptr, "Content-Type: application/json");
+        curl_easy_setopt(curl_, CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_BASIC));
+        curl_easy_setopt(curl_, CURLOPT_USERPWD, "admin:admin");
+        curl_easy_setopt(curl_, CURLOPT_TIMEOUT, 0L);
+        curl_easy_setopt(curl_, CURLOPT_URL, url.c_str());
+        curl_easy_setopt(curl_, CURLOPT_USERAGENT, "restclient");
+        curl_easy_setopt(curl_, CURLOPT_POST, 1L);
+        curl_easy_setopt(curl_, CURLOPT_WRITEFUNCTION, &keep_body);
+        curl_easy_setopt(curl_, CURLOPT_HEADERFUNCTION, &skip_header);
+        curl_easy_setopt(curl_, CURLOPT_HTTPHEADER, headers_);
+        curl_easy_setopt(curl_, CURLOPT_WRITEDATA, &body_);
+        curl_easy_setopt(curl_, CURLOPT_POSTFIELDS, request_.data());
+        curl_easy_setopt(curl_, CURLOPT_POSTFIELDSIZE, static_cast<long>(request_.size()));
+    }
+    ~FloorClient() {
+        curl_slist_free_all(headers_);
+        curl_easy_cleanup(curl_);
+    }
+
+    void call() {
+        body_.clear();
+        if (curl_easy_perform(curl_) != CURLE_OK || body_.empty()) {
+            std::fprintf(stderr, "floor client: no answer\n");
+            std::exit(1);
+        }
+    }
+
+private:
+    const std::string request_;
+    CURL* curl_;
+    curl_slist* headers_;
+    std::string body_;
+};
+
 // An answer with status 200 and `text` as its body, as the transport collects it.
 rest_response_t* response_of(const std::string& text) {
     rest_response_t* response = rest_response_alloc();
@@ -271,6 +323,11 @@ int main(int argc, char** argv) {
     std::snprintf(conn.content_type, sizeof conn.content_type, "application/json");
     void* handle = zoltclient_init(&conn);
     BareClient bare(url);
+    Json::Value keyed_params(Json::arrayValue);
+    keyed_params.append("Gi 1/1");
+    std::string keyed_request;
+    zolt::write_request("port.config.get", keyed_params, keyed_request);
+    FloorClient floor(url, keyed_request);
 
     std::printf("client CPU per call, one kept-alive connection to 127.0.0.1\n");
     for (int rep = 0; rep < reps; ++rep) {
@@ -287,6 +344,12 @@ int main(int argc, char** argv) {
                 zolt_appl_port_mib_conf_t out{};
                 parse(answer["result"], out);
             });
+        const auto [lib_floor, floor_small] = side_by_side(
+            25, 400,
+            [&] {
+                if (zolt_port_config_get(handle, "Gi 1/1", &conf) != 0) std::exit(1);
+            },
+            [&] { floor.call(); });
         const auto [lib_all, bare_all] = side_by_side(
             9, 20,
             [&] {
@@ -303,6 +366,8 @@ int main(int argc, char** argv) {
             });
         std::printf("  keyed get          library %8.1f us   bare %8.1f us   ratio %.2f\n",
                     lib_small, bare_small, lib_small / bare_small);
+        std::printf("  keyed get          library %8.1f us   floor %7.1f us   ratio %.2f\n",
+                    lib_floor, floor_small, lib_floor / floor_small);
         std::printf("  1,000-row get-all  library %8.1f us   bare %8.1f us   ratio %.2f\n", lib_all,
                     bare_all, lib_all / bare_all);
     }

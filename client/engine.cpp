@@ -87,10 +87,10 @@ rest_response_t* post(zoltclient* client, const char* method, const Json::Value&
     return response;
 }
 
-const char* passing_body(const rest_response_t* response, std::size_t* length) {
+char* passing_body(rest_response_t* response, std::size_t* length) {
     if (!status_passes(response->status)) return nullptr;
     *length = rest_body_length(response);
-    return response->body != nullptr ? response->body : "";
+    return response->body;
 }
 
 Json::Value exchange(zoltclient* client, const char* method, const Json::Value& params) {

@@ -48,8 +48,9 @@ rest_response_t* post(zoltclient* client, const char* method, const Json::Value&
 std::string excerpt_of(const rest_response_t& response);
 
 // The collected body of an answer whose status read_answer() lets through, and its length (the
-// text ends in a NUL); null for any other status.
-const char* passing_body(const rest_response_t* response, std::size_t* length);
+// text ends in a NUL followed by kRestPadding allocated bytes); null for any other status and for
+// an answer without body bytes.
+char* passing_body(rest_response_t* response, std::size_t* length);
 
 // The arguments in position, each by zolt::to_json. An argument that cannot be encoded (an
 // enumeration out of range) throws here, before anything is posted.

@@ -6,8 +6,12 @@
 #include <utility>
 
 #include "client/errors.h"
+#include "client/rest_internal.h"
 
 namespace zolt {
+
+// The transport keeps the room after the answer's text that the direct decoder reads into.
+static_assert(kRestPadding >= fast::kPadding, "the answer buffer's padding is too short");
 
 int error_code(const Json::Value& error) {
     if (!error.isObject()) return -1;
@@ -26,7 +30,7 @@ int call_params(void* handle, const char* method, const Json::Value& params, Dec
 int read_result(rest_response_t* response, Decoder decode, DirectDecoder direct, void* out) {
     HeldResponse held(response);
     std::size_t length = 0;
-    const char* text = direct != nullptr ? passing_body(response, &length) : nullptr;
+    char* text = direct != nullptr ? passing_body(response, &length) : nullptr;
     if (text != nullptr && direct(text, length, out)) return 0;
     // Off the direct path the tree takes over; the answer's status and first bytes outlive its
     // text for "Result is not an array".

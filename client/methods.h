@@ -36,8 +36,10 @@ int error_code(const Json::Value& error);
 using Decoder = void (*)(const Json::Value& result, void* out);
 
 // Reads a whole answer text straight into the output (codec/fast.h); true only when it is
-// certain that the tree and `Decoder` would give the same output and 0.
-using DirectDecoder = bool (*)(const char* text, std::size_t length, void* out);
+// certain that the tree and `Decoder` would give the same output and 0. The text is followed by
+// fast::kPadding readable bytes, and its bytes are changed during the call and put back before it
+// returns or throws.
+using DirectDecoder = bool (*)(char* text, std::size_t length, void* out);
 
 // The one non-template core that every typed function ends in: posts `method` with the encoded
 // `params`, returns the code of a non-null "error", else decodes "result" into `out` with
@@ -64,17 +66,15 @@ void decode_rows(const Json::Value& result, void* out) {
     parse(result, *static_cast<std::map<K, V>*>(out));
 }
 
-inline bool direct_none(const char* text, std::size_t length, void*) {
-    return fast::call(text, length);
-}
+inline bool direct_none(char* text, std::size_t length, void*) { return fast::call(text, length); }
 
 template <class Out>
-bool direct_into(const char* text, std::size_t length, void* out) {
+bool direct_into(char* text, std::size_t length, void* out) {
     return fast::get(text, length, *static_cast<Out*>(out));
 }
 
 template <class K, class V>
-bool direct_rows(const char* text, std::size_t length, void* out) {
+bool direct_rows(char* text, std::size_t length, void* out) {
     return fast::get_all(text, length, *static_cast<std::map<K, V>*>(out));
 }
 

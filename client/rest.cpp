@@ -5,11 +5,28 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <sys/mman.h>
+
 #include "client/rest_internal.h"
 
 namespace {
 
 constexpr std::size_t kFirstBlock = 512;
+
+// Blocks from this size on get huge pages where the kernel gives them on request.
+constexpr std::size_t kHugeBlock = std::size_t{4} << 20;
+constexpr std::uintptr_t kHugePage = std::uintptr_t{2} << 20;
+
+// Asks for huge pages over the whole 2 MiB pages inside the block. Only for a block just
+// allocated: one that realloc later moves would have to be split again. A refusal leaves
+// ordinary pages.
+void ask_huge_pages(char* block, std::size_t size) {
+    if (size < kHugeBlock) return;
+    const std::uintptr_t begin =
+        (reinterpret_cast<std::uintptr_t>(block) + kHugePage - 1) & ~(kHugePage - 1);
+    const std::uintptr_t end = (reinterpret_cast<std::uintptr_t>(block) + size) & ~(kHugePage - 1);
+    if (end > begin) (void)madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+}
 
 // A field of rest_conn_t is meant to be NUL-terminated, but a caller that fills the whole
 // array must not make us read into the next field.
@@ -99,6 +116,7 @@ rest_response_t* rest_post(rest_handle_t* handle, const char* body, long size) {
     // The handle keeps these four pointers after the call; the next post replaces them before
     // libcurl can use them again.
     CURL* curl = handle->curl;
+    reinterpret_cast<rest_response_record*>(response)->curl = curl;
     result = curl_easy_setopt(curl, CURLOPT_WRITEDATA, response);
     if (result == CURLE_OK) result = curl_easy_setopt(curl, CURLOPT_HEADERDATA, response);
     if (result == CURLE_OK) result = curl_easy_setopt(curl, CURLOPT_POSTFIELDS, body);
@@ -117,6 +135,8 @@ rest_response_t* rest_post(rest_handle_t* handle, const char* body, long size) {
         return nullptr;
     }
     response->status = status;
+    // The record outlives the transfer; nothing may reach the handle through it.
+    reinterpret_cast<rest_response_record*>(response)->curl = nullptr;
     return response;
 }
 
@@ -156,15 +176,22 @@ std::size_t rest_append_chunk(const char* data, std::size_t size, std::size_t co
     const void* nul = n != 0 ? memchr(data, '\0', n) : nullptr;
     const std::size_t take =
         nul != nullptr ? static_cast<std::size_t>(static_cast<const char*>(nul) - data) : n;
-    if (take > SIZE_MAX - 1 - text.length) return 0;
-    const std::size_t needed = text.length + take + 1;
+    if (take > SIZE_MAX - 1 - kRestPadding - text.length) return 0;
+    const std::size_t needed = text.length + take + 1 + kRestPadding;
 
     if (target == nullptr) {
         // Headers arrive a line at a time: one first block holds a usual set of them, or a
-        // small answer, without growing.
-        const std::size_t first = needed < kFirstBlock ? kFirstBlock : needed;
-        target = static_cast<char*>(malloc(first));
+        // small answer, without growing; an announced answer gets its whole size at once.
+        std::size_t first = needed < kFirstBlock ? kFirstBlock : needed;
+        const std::size_t announced =
+            text.expected <= kRestLargestExpected ? text.expected + 1 + kRestPadding : 0;
+        if (announced > first) {
+            target = static_cast<char*>(malloc(announced));
+            if (target != nullptr) first = announced;
+        }
+        if (target == nullptr) target = static_cast<char*>(malloc(first));
         if (target == nullptr) return 0;
+        ask_huge_pages(target, first);
         text.length = 0;
         text.capacity = first;
     } else if (needed > text.capacity) {
@@ -190,7 +217,18 @@ std::size_t rest_append_chunk(const char* data, std::size_t size, std::size_t co
 
 extern "C" std::size_t rest_write_cb(char* data, std::size_t size, std::size_t count, void* user) {
     if (user == nullptr) return 0;
-    return rest_append_chunk(data, size, count, static_cast<rest_response_t*>(user), false);
+    auto* response = static_cast<rest_response_t*>(user);
+    auto* record = reinterpret_cast<rest_response_record*>(response);
+    if (response->body == nullptr && record->curl != nullptr) {
+        // The headers are in when the body starts: its Content-Length, if any, is known.
+        curl_off_t length = -1;
+        if (curl_easy_getinfo(record->curl, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length) ==
+                CURLE_OK &&
+            length > 0) {
+            record->body.expected = static_cast<std::size_t>(length);
+        }
+    }
+    return rest_append_chunk(data, size, count, response, false);
 }
 
 extern "C" std::size_t rest_header_cb(char* data, std::size_t size, std::size_t count, void* user) {

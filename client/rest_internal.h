@@ -11,14 +11,25 @@
 // chunk be appended without measuring what was collected before it.
 struct rest_collected_text {
     std::size_t length;    // characters before the terminating NUL
-    std::size_t capacity;  // bytes allocated
+    std::size_t capacity;  // bytes allocated: at least length + 1 + kRestPadding
+    std::size_t expected;  // length announced before the first chunk (Content-Length), else 0
 };
+
+// Bytes kept allocated after the body's terminating NUL: the answer decoder reads whole blocks
+// and may look this far past the text, which is then never copied to give it that room. Their
+// content is undefined.
+constexpr std::size_t kRestPadding = 64;
 
 struct rest_response_record {
     rest_response_t response;
     rest_collected_text header;
     rest_collected_text body;
+    CURL* curl;  // the transfer filling the record, asked for the body's announced length
 };
+
+// The largest announced body length taken as the size of the first block; a longer body grows
+// from the first chunk's size as an unannounced one does.
+constexpr std::size_t kRestLargestExpected = std::size_t{1} << 30;
 
 // A zero-filled record, or null when memory is exhausted.
 rest_response_t* rest_response_alloc();
@@ -41,8 +52,11 @@ std::size_t rest_body_length(const rest_response_t* response);
 
 // Appends one chunk to `header` (is_header) or `body` as text: at most size * count bytes,
 // ending early at the first NUL byte, whose chunk's remainder is dropped. The collected text
-// stays NUL-terminated and never holds a NUL. Returns size * count, all bytes taken, or 0 when
-// memory is exhausted, which makes libcurl abort the transfer.
+// stays NUL-terminated, never holds a NUL, and has kRestPadding allocated bytes after the NUL.
+// The first block holds the text's `expected` length when one is set, so that an announced
+// answer is collected without growing; a block of several megabytes is asked for huge pages,
+// which spares its collection one page fault every 4 KiB. Returns size * count, all bytes taken, or
+// 0 when memory is exhausted, which makes libcurl abort the transfer.
 std::size_t rest_append_chunk(const char* data, std::size_t size, std::size_t count,
                               rest_response_t* response, bool is_header);
 

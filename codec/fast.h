@@ -3,19 +3,24 @@
 // Decoding an answer straight from its text into the typed output, without a JSON tree.
 // Internal: not installed.
 //
-// The parser reports one event at a time (a scalar, the start of an object or array, a member
-// name, an end); a stack of frames routes every event to the value it belongs to. Each C++ type
+// simdjson's On-Demand parser indexes the text and then hands out each value once, in document
+// order; a walk over the answer routes every value to the place it belongs to. Each C++ type
 // that can appear in an answer has a `Type`: how a scalar is read into it, and, for objects and
-// arrays, how the members or elements find their places. Generated code supplies the Types of
-// records and enumerations (`fast_type(const R*)`, next to their `parse`); the scalars, lists,
-// tuple keys and tables are here.
+// arrays, how the members or elements find their places (a `Frame` is one open object or
+// array). Generated code supplies the Types of records and enumerations (`fast_type(const R*)`,
+// next to their `parse`); the scalars, lists, tuple keys and tables are here.
 //
 // This path is an accelerator, never a second set of rules: it says yes only when it is certain
 // that the tree-based decoders would produce the same output and return 0. Anything else (a
-// comment, a duplicate member, a real number, a type that does not fit, a non-null "error", an
-// unusual form of any kind) makes it say no, and the caller then runs the tree-based path on the
-// same text, which gives the result or exception the rules require. It decodes into fresh values
-// that reach the caller's output only when the whole answer decoded.
+// comment, a duplicate member, a real number, a type that does not fit, a non-null "error", text
+// that is not UTF-8, an unusual form of any kind) makes it say no, and the caller then runs the
+// tree-based path on the same text, which gives the result or exception the rules require. Every
+// value is read and checked, skipped members included, since the tree refuses a text for a fault
+// in any of them. It decodes into fresh values that reach the caller's output only when the
+// whole answer decoded.
+//
+// A long answer whose result is an array is read a window of elements at a time, so that the
+// parser's index covers one window rather than the whole text.
 
 #include <cstddef>
 #include <cstdint>
@@ -33,6 +38,10 @@
 namespace zolt {
 namespace fast {
 
+// Bytes after the text that the parser may read: the text must be followed by this many readable
+// bytes (their content does not matter).
+constexpr std::size_t kPadding = 64;
+
 // A JSON value that is neither object nor array. Real numbers never get this far.
 struct Scalar {
     enum class Kind { null, boolean, integer, text };
@@ -46,6 +55,7 @@ struct Scalar {
 
 struct Type;
 struct Frame;
+struct Name;  // a member name as it stands in the text (codec/fast.cpp)
 
 // Where the next value goes: its type and the object it is read into.
 struct Slot {
@@ -57,12 +67,15 @@ struct Slot {
 // certainty (the whole answer then goes the tree-based way).
 struct Type {
     bool (*scalar)(const Type& self, const Scalar& json, void* target);
-    bool objects;  // an object may stand where a value of this type is due
-    bool arrays;   // an array may
-    bool (*key)(Frame& frame, const char* name, std::size_t size);  // picks the member
-    Slot (*slot)(Frame& frame);   // the place of the next member or element
-    bool (*close)(Frame& frame);  // the object or array is complete
-    const void* info;             // what the functions above need to know of the type
+    bool objects;                           // an object may stand where a value of this type is due
+    bool arrays;                            // an array may
+    bool (*key)(Frame& frame, Name& name);  // picks the member; false refuses the answer
+    Slot (*slot)(Frame& frame);             // the place of the next member or element
+    bool (*close)(Frame& frame);            // the object or array is complete
+    const void* info;                       // what the functions above need to know of the type
+    // Integers only (with `scalar` taking no other form): the walk asks the parser for one
+    // straight away, of this sign.
+    enum class Number { any, unsigned_integer, signed_integer } number = Number::any;
 };
 
 // One open object or array.
@@ -76,8 +89,14 @@ struct Frame {
 };
 
 // Decodes the whole answer: true when it is an object with a null "error" and a "result" that
-// decoded into `result` by `result_type`, and nothing in the text leaves room for doubt.
-bool decode_answer(const char* text, std::size_t size, const Type& result_type, void* result);
+// decoded into `result` by `result_type`, and nothing in the text leaves room for doubt. `text`
+// is followed by kPadding readable bytes; bytes of it are changed while it is read in windows
+// and put back before the call returns or throws. On false, `result` may hold part of the answer.
+bool decode_answer(char* text, std::size_t size, const Type& result_type, void* result);
+
+// The size of a window (about 256 KiB unless set). Tests make it small to put window edges
+// everywhere; not for use while another thread decodes.
+void set_window(std::size_t bytes);
 
 // Types that skip any value, and that never decode.
 const Type& any_value();
@@ -163,6 +182,20 @@ Field timestamp_field(const char* key) {
     return Field{key, std::strlen(key), &timestamp_slot<M>};
 }
 
+// A key followed by its closing quote, in 8-byte words, to be compared with the bytes of a member
+// name where it stands in the text. Keys up to kQuotedKeyBytes - 1 bytes without a quote or
+// backslash; a match then cannot be an escaped spelling, since the key's bytes end at the quote.
+constexpr std::size_t kQuotedKeyBytes = 48;
+struct QuotedKey {
+    QuotedKey() = default;
+    QuotedKey(const char* key, std::size_t size);  // `usable` tells whether the key fits
+
+    std::uint64_t words[kQuotedKeyBytes / 8] = {};
+    std::uint64_t last_mask = 0;  // the bytes of the last word that belong to the key
+    unsigned count = 0;           // words used
+    bool usable = false;
+};
+
 // A record's members and their key order; `type` is what its fast_type returns. Lives in static
 // storage, built once.
 struct Record {
@@ -174,6 +207,7 @@ struct Record {
     const Field* fields;
     std::size_t count;
     std::vector<unsigned short> order;  // member indexes sorted by key bytes
+    std::vector<QuotedKey> quoted;      // the keys in that order
 };
 
 // --- enumerations --------------------------------------------------------------------------------
@@ -230,7 +264,7 @@ struct Rows {
 };
 
 // The members of a row: 0 is "key", 1 is "val", -1 anything else.
-bool row_key(Frame& frame, const char* name, std::size_t size);
+bool row_key(Frame& frame, Name& name);
 
 template <class K, class V>
 Slot row_slot(Frame& frame) {
@@ -273,14 +307,14 @@ const Type& rows_type() {
 // --- the call shapes -----------------------------------------------------------------------------
 
 // A method without output: only "error" counts.
-inline bool call(const char* text, std::size_t size) {
+inline bool call(char* text, std::size_t size) {
     return decode_answer(text, size, any_value(), nullptr);
 }
 
 // Gets of a record, enumeration, plain value or list. The decode starts from a copy of the
 // caller's output, since lists inside it grow rather than being replaced.
 template <class Out>
-bool get(const char* text, std::size_t size, Out& out) {
+bool get(char* text, std::size_t size, Out& out) {
     Out fresh(out);
     if (!decode_answer(text, size, type_of<Out>(), &fresh)) return false;
     out = std::move(fresh);
@@ -289,7 +323,7 @@ bool get(const char* text, std::size_t size, Out& out) {
 
 // Get-alls. Rows the caller's table already holds keep their values, as std::map::insert does.
 template <class K, class V>
-bool get_all(const char* text, std::size_t size, std::map<K, V>& out) {
+bool get_all(char* text, std::size_t size, std::map<K, V>& out) {
     std::map<K, V> fresh;
     Rows<K, V> rows{&fresh};
     if (!decode_answer(text, size, rows_type<K, V>(), &rows)) return false;

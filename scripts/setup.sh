@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(
     build-essential cmake ninja-build ccache pkg-config python3
-    libcurl4-openssl-dev libjsoncpp-dev libcpp-httplib-dev rapidjson-dev
+    libcurl4-openssl-dev libjsoncpp-dev libcpp-httplib-dev libsimdjson-dev
     libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev
     dpkg-dev lintian
     pybind11-dev python3-dev python3-pytest mypy python3-requests

@@ -68,8 +68,8 @@ for deb in "${debs[@]}"; do
     [ "$deb" = "$exporter" ] || expect_field "$deb" Architecture "$arch"
     expect_file "$deb" "^\./usr/share/doc/$(field "$deb" Package)/copyright$"
 done
-# The library's own dependencies come from its binary: libcurl and JsonCpp at least.
-expect_depends "$runtime" 'libcurl4' 'libjsoncpp25' 'libc6' 'libstdc\+\+6'
+# The library's own dependencies come from its binary: libcurl and JsonCpp and simdjson at least.
+expect_depends "$runtime" 'libcurl4' 'libjsoncpp25' 'libsimdjson14' 'libc6' 'libstdc\+\+6'
 expect_depends "$tools" 'libc6'
 expect_file "$runtime" "/libzolt-client\\.so\\.${soversion}$"
 expect_file "$runtime" "/libzolt-client\\.so\\.${version}$"

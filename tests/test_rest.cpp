@@ -121,6 +121,22 @@ TEST(RestResponse, CollectsBodyHeadersAndStatusWithoutJudgingTheStatus) {
     }
 }
 
+TEST(RestResponse, AnAnnouncedBodyIsCollectedInOneBlockWithRoomAfterIt) {
+    TestServer server;
+    Handle handle = open(make_conn(server.url()));
+    ASSERT_NE(handle, nullptr);
+    // Many of libcurl's chunks, announced by Content-Length: no growth, whatever the chunks.
+    const std::string body(3 << 20, 'x');
+    server.respond(200, body, "text/plain");
+    Response response = post(handle, "{}");
+    ASSERT_NE(response, nullptr);
+    const auto& record = *reinterpret_cast<const rest_response_record*>(response.get());
+    EXPECT_EQ(record.body.length, body.size());
+    EXPECT_EQ(record.body.capacity, body.size() + 1 + kRestPadding);
+    EXPECT_EQ(response->body, body);
+    EXPECT_EQ(record.curl, nullptr) << "the record keeps no way to the handle";
+}
+
 // ---- Failures ----------------------------------------------------------------------------
 
 // Each answer announces 100 bytes and sends 10; then it stalls past the client's limit (the
@@ -269,4 +285,43 @@ TEST(ChunkAppend, TakesEveryByteButKeepsTextUpToEachChunksNul) {
     EXPECT_EQ(rest_append_chunk("x", SIZE_MAX / 2, 3, response, false), 0u) << "size overflow";
     EXPECT_STREQ(response->body, "abcdgh");
     rest_free_response(response);
+}
+
+static const rest_response_record& record(const rest_response_t* response) {
+    return *reinterpret_cast<const rest_response_record*>(response);
+}
+
+TEST(ChunkAppend, GrowsGeometricallyAndKeepsRoomAfterTheText) {
+    rest_response_t* response = rest_response_alloc();
+    std::string chunk(1000, 'z');
+    std::size_t reallocations = 0;
+    std::size_t capacity = 0;
+    for (int i = 0; i < 1000; ++i) {
+        ASSERT_EQ(rest_write_cb(chunk.data(), 1, chunk.size(), response), chunk.size());
+        ASSERT_GE(record(response).body.capacity, record(response).body.length + 1 + kRestPadding);
+        if (record(response).body.capacity != capacity) {
+            ++reallocations;
+            capacity = record(response).body.capacity;
+        }
+    }
+    EXPECT_EQ(record(response).body.length, 1000u * 1000u);
+    EXPECT_EQ(std::strlen(response->body), 1000u * 1000u);
+    EXPECT_LE(reallocations, 12u);
+    rest_free_response(response);
+}
+
+// A Content-Length sizes the first block, unless it is beyond any answer a switch gives.
+TEST(ChunkAppend, AnAnnouncedLengthSizesTheFirstBlockUnlessItIsImplausible) {
+    rest_response_t* response = rest_response_alloc();
+    reinterpret_cast<rest_response_record*>(response)->body.expected = 100000;
+    ASSERT_EQ(rest_append_chunk("ab", 1, 2, response, false), 2u);
+    EXPECT_EQ(record(response).body.capacity, 100000u + 1 + kRestPadding);
+    rest_free_response(response);
+
+    rest_response_t* other = rest_response_alloc();
+    reinterpret_cast<rest_response_record*>(other)->body.expected = kRestLargestExpected + 1;
+    ASSERT_EQ(rest_append_chunk("ab", 1, 2, other, false), 2u);
+    EXPECT_LT(record(other).body.capacity, 100000u);
+    EXPECT_STREQ(other->body, "ab");
+    rest_free_response(other);
 }
